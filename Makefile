@@ -1,0 +1,55 @@
+# The two commands of the README: `make demo` and `make test`. Both install the
+# Debian packages they need first. Other targets are for developers.
+
+NATIVE    := build
+WINDOWS   := build-windows
+FUZZ      := build-fuzz
+CMAKE_GEN := -G Ninja -DPython3_EXECUTABLE=/usr/bin/python3
+
+.PHONY: demo test deps native windows fuzz test-asan test-tsan fuzz-long format tidy clean
+
+demo: native
+	scripts/demo $(NATIVE)
+
+test: native windows fuzz
+	scripts/run-tests --native $(NATIVE) --windows $(WINDOWS) --fuzz $(FUZZ)
+
+deps:
+	@scripts/install-deps
+
+native: deps
+	cmake -S . -B $(NATIVE) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	ninja -C $(NATIVE)
+
+windows: deps
+	cmake -S . -B $(WINDOWS) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release \
+	  -DCMAKE_TOOLCHAIN_FILE=cmake/windows-toolchain.cmake >/dev/null
+	ninja -C $(WINDOWS)
+
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ) $(CMAKE_GEN) -DVANTREL_FUZZ=ON >/dev/null
+	ninja -C $(FUZZ)
+
+# The native suites under AddressSanitizer+UBSan and under ThreadSanitizer.
+test-asan: deps
+	cmake -S . -B build-asan $(CMAKE_GEN) -DVANTREL_SANITIZE=address >/dev/null
+	ninja -C build-asan
+	scripts/run-tests --native build-asan
+
+test-tsan: deps
+	cmake -S . -B build-tsan $(CMAKE_GEN) -DVANTREL_SANITIZE=thread >/dev/null
+	ninja -C build-tsan
+	scripts/run-tests --native build-tsan
+
+# Each fuzz target for ten minutes instead of the short run of `make test`.
+fuzz-long: fuzz
+	scripts/run-fuzz $(FUZZ) 600
+
+format:
+	git ls-files '*.h' '*.cc' | xargs clang-format -i
+
+tidy: native
+	git ls-files 'src/*.cc' | xargs clang-tidy -p $(NATIVE) --quiet
+
+clean:
+	rm -rf $(NATIVE) $(WINDOWS) $(FUZZ) build-asan build-tsan

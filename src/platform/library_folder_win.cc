@@ -1,0 +1,32 @@
+#include "platform/library_folder.h"
+
+#include <windows.h>
+
+#include <vector>
+
+#include "platform/wide_text_win.h"
+
+namespace vantrel::platform {
+
+std::string LibraryFolder() {
+  HMODULE module = nullptr;
+  const DWORD flags =
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+  if (!GetModuleHandleExW(flags, reinterpret_cast<LPCWSTR>(&LibraryFolder), &module)) return {};
+  std::vector<wchar_t> buffer(MAX_PATH);
+  for (;;) {
+    const DWORD length =
+        GetModuleFileNameW(module, buffer.data(), static_cast<DWORD>(buffer.size()));
+    if (length == 0) return {};
+    if (length < buffer.size()) {
+      std::wstring path(buffer.data(), length);
+      const size_t slash = path.find_last_of(L"\\/");
+      if (slash == std::wstring::npos) return {};
+      path.resize(slash);
+      return Narrow(path);
+    }
+    buffer.resize(buffer.size() * 2);  // the path was cut: try a larger buffer
+  }
+}
+
+}  // namespace vantrel::platform

@@ -1,0 +1,171 @@
+// The named mutex contract, the same on both targets: between threads of one
+// process and between processes, with time-outs, recursion and abandonment.
+#include "platform/named_mutex.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "platform/clock.h"
+#include "unit/mutex_holder.h"
+#include "unit/worker.h"
+
+namespace vantrel::platform {
+namespace {
+
+using testing::MutexHolderProcess;
+using testing::ScratchFolder;
+using testing::UniqueName;
+
+std::unique_ptr<NamedMutex> Open(const std::string& name) {
+  std::unique_ptr<NamedMutex> mutex;
+  EXPECT_EQ(CreateNamedMutex(name, &mutex), 0) << name;
+  return mutex;
+}
+
+// The result of a Wait made on another thread, which never owns the mutex
+// afterwards (a successful wait is released again).
+WaitResult WaitOnOtherThread(NamedMutex& mutex, uint32_t timeout_ms) {
+  WaitResult result = WaitResult::kFailed;
+  std::thread([&] {
+    result = mutex.Wait(timeout_ms);
+    if (result == WaitResult::kAcquired || result == WaitResult::kAbandoned) mutex.Release();
+  }).join();
+  return result;
+}
+
+// Increments the number in a file `iterations` times under the mutex. Args:
+// mutex name, counter file, iterations. Fails unless every wait is clean.
+VANTREL_TEST_WORKER(mutex_counter) {
+  if (args.size() != 3) return 90;
+  std::unique_ptr<NamedMutex> mutex;
+  if (CreateNamedMutex(args[0], &mutex) != 0) return 91;
+  for (int i = std::stoi(args[2]); i > 0; --i) {
+    if (mutex->Wait(kInfiniteWait) != WaitResult::kAcquired) return 92;
+    int count = 0;
+    std::ifstream(args[1]) >> count;
+    std::ofstream(args[1], std::ios::trunc) << count + 1;
+    if (!mutex->Release()) return 93;
+  }
+  return 0;
+}
+
+TEST(NamedMutexTest, ThreadsExcludeEachOtherThroughSeparateObjectsOfOneName) {
+  const std::string name = UniqueName("vantrel-test-threads-");
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 300;
+  std::atomic<int> inside{0};
+  std::atomic<bool> overlapped{false};
+  int counter = 0;  // guarded by the mutex under test
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&] {
+      auto mutex = Open(name);
+      for (int i = 0; i < kRounds; ++i) {
+        ASSERT_EQ(mutex->Wait(kInfiniteWait), WaitResult::kAcquired);
+        if (inside.fetch_add(1) != 0) overlapped = true;
+        ++counter;
+        inside.fetch_sub(1);
+        ASSERT_TRUE(mutex->Release());
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_FALSE(overlapped);
+  EXPECT_EQ(counter, kThreads * kRounds);
+}
+
+TEST(NamedMutexTest, OwnerTakesItAgainAndMustReleaseItAsOften) {
+  for (const std::string& name : {UniqueName("vantrel-test-recursion-"), std::string()}) {
+    SCOPED_TRACE(name.empty() ? "private" : "named");
+    auto mutex = Open(name);
+    EXPECT_EQ(mutex->Wait(0), WaitResult::kAcquired);
+    EXPECT_EQ(mutex->Wait(0), WaitResult::kAcquired);
+    EXPECT_TRUE(mutex->Release());
+    EXPECT_EQ(WaitOnOtherThread(*mutex, 20), WaitResult::kTimeout) << "still held once";
+    EXPECT_TRUE(mutex->Release());
+    EXPECT_FALSE(mutex->Release()) << "released more often than taken";
+    EXPECT_EQ(WaitOnOtherThread(*mutex, 0), WaitResult::kAcquired);
+  }
+}
+
+TEST(NamedMutexTest, OnlyTheOwningThreadCanRelease) {
+  const std::string name = UniqueName("vantrel-test-owner-");
+  auto mutex = Open(name);
+  auto other_object = Open(name);
+  EXPECT_FALSE(mutex->Release()) << "never taken";
+  ASSERT_EQ(mutex->Wait(kInfiniteWait), WaitResult::kAcquired);
+  bool released_elsewhere = true;
+  std::thread([&] { released_elsewhere = other_object->Release(); }).join();
+  EXPECT_FALSE(released_elsewhere);
+  EXPECT_EQ(WaitOnOtherThread(*other_object, 0), WaitResult::kTimeout);
+  // Ownership belongs to the thread, not to the object it used.
+  EXPECT_TRUE(other_object->Release());
+}
+
+TEST(NamedMutexTest, UnnamedMutexesAreIndependentOfEachOther) {
+  auto first = Open("");
+  auto second = Open("");
+  ASSERT_EQ(first->Wait(0), WaitResult::kAcquired);
+  EXPECT_EQ(WaitOnOtherThread(*second, 0), WaitResult::kAcquired);
+  EXPECT_EQ(WaitOnOtherThread(*first, 0), WaitResult::kTimeout);
+  EXPECT_TRUE(first->Release());
+}
+
+TEST(NamedMutexTest, TimedWaitGivesUpWhileAnotherProcessHoldsIt) {
+  const std::string name = UniqueName("vantrel-test-timeout-");
+  auto mutex = Open(name);
+  MutexHolderProcess holder(name);
+  ASSERT_TRUE(holder.holding());
+  const uint64_t start = TickCount64();
+  EXPECT_EQ(mutex->Wait(250), WaitResult::kTimeout);
+  const uint64_t elapsed = TickCount64() - start;
+  EXPECT_GE(elapsed, 240u);
+  EXPECT_LT(elapsed, 5000u);
+}
+
+TEST(NamedMutexTest, WaiterLearnsThatTheHolderDiedHoldingIt) {
+  const std::string name = UniqueName("vantrel-test-abandoned-");
+  auto mutex = Open(name);
+  MutexHolderProcess holder(name);
+  ASSERT_TRUE(holder.holding());
+  holder.Kill();
+  EXPECT_EQ(mutex->Wait(10000), WaitResult::kAbandoned);
+  EXPECT_TRUE(mutex->Release());
+  // Abandonment is reported once; the mutex is then whole again.
+  EXPECT_EQ(mutex->Wait(0), WaitResult::kAcquired);
+  EXPECT_TRUE(mutex->Release());
+}
+
+TEST(NamedMutexTest, DeadHolderLeavesNothingBehindWhenNobodyElseHadItOpen) {
+  const std::string name = UniqueName("vantrel-test-fresh-");
+  {
+    MutexHolderProcess holder(name);
+    ASSERT_TRUE(holder.holding());
+    holder.Kill();
+  }
+  auto mutex = Open(name);
+  EXPECT_EQ(mutex->Wait(10000), WaitResult::kAcquired);
+  EXPECT_TRUE(mutex->Release());
+}
+
+TEST(NamedMutexTest, ProcessesTakeTurns) {
+  const std::string name = UniqueName("vantrel-test-turns-");
+  ScratchFolder scratch;
+  const std::string counter = (scratch.path() / "counter").string();
+  constexpr int kRounds = 100;
+  auto first = testing::StartWorker("mutex_counter", {name, counter, std::to_string(kRounds)});
+  auto second = testing::StartWorker("mutex_counter", {name, counter, std::to_string(kRounds)});
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(testing::WaitForWorker(*first), 0);
+  EXPECT_EQ(testing::WaitForWorker(*second), 0);
+  int count = 0;
+  std::ifstream(counter) >> count;
+  EXPECT_EQ(count, 2 * kRounds);
+}
+
+}  // namespace
+}  // namespace vantrel::platform

@@ -1,0 +1,97 @@
+#include "support/synchronizer.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "platform/clock.h"
+#include "unit/mutex_holder.h"
+
+namespace vantrel {
+namespace {
+
+using platform::WaitResult;
+using testing::UniqueName;
+
+// Every member of the lock family must keep threads apart through OLock.
+TEST(SynchronizerTest, EveryKindOfLockKeepsThreadsApart) {
+  OCriticalSection section;
+  OMutex unnamed;
+  OMutex named(UniqueName("vantrel-test-omutex-"));
+  for (OSynchronizer* lock : std::vector<OSynchronizer*>{&section, &unnamed, &named}) {
+    std::atomic<int> inside{0};
+    std::atomic<bool> overlapped{false};
+    int counter = 0;  // guarded by *lock
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+      threads.emplace_back([&] {
+        for (int i = 0; i < 300; ++i) {
+          OLock hold(*lock);
+          if (inside.fetch_add(1) != 0) overlapped = true;
+          ++counter;
+          inside.fetch_sub(1);
+        }
+      });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_FALSE(overlapped);
+    EXPECT_EQ(counter, 1200);
+  }
+}
+
+TEST(SynchronizerTest, CriticalSectionLetsItsHolderInAgain) {
+  OCriticalSection section;
+  std::atomic<bool> other_entered{false};
+  section.Lock();
+  section.Lock();
+  std::thread other([&] {
+    OLock hold(section);
+    other_entered = true;
+  });
+  section.Unlock();
+  platform::SleepMilliseconds(30);
+  EXPECT_FALSE(other_entered) << "still held once";
+  section.Unlock();
+  other.join();
+  EXPECT_TRUE(other_entered);
+}
+
+TEST(SynchronizerTest, MutexLockGoesOnAfterItsTimeOutWithoutTakingTheMutex) {
+  const std::string name = UniqueName("vantrel-test-omutex-timeout-");
+  OMutex holder(name);
+  OMutex waiter(name, 150);
+  waiter.Unlock();  // before the first Lock: nothing to release
+  holder.Lock();
+  std::thread([&] {
+    const uint64_t start = platform::TickCount64();
+    waiter.Lock();
+    const uint64_t elapsed = platform::TickCount64() - start;
+    EXPECT_GE(elapsed, 140u);
+    EXPECT_LT(elapsed, 5000u);
+    waiter.Unlock();  // releases nothing: it never held the mutex
+    EXPECT_EQ(waiter.TryLock(), WaitResult::kTimeout);
+  }).join();
+  holder.Unlock();
+  std::thread([&] {
+    EXPECT_EQ(waiter.TryLock(), WaitResult::kAcquired);
+    waiter.Unlock();
+  }).join();
+}
+
+TEST(SynchronizerTest, MutexLockGoesOnAfterItsTimeOutWhenAnotherProcessHoldsIt) {
+  const std::string name = UniqueName("vantrel-test-omutex-process-");
+  OMutex mutex(name, 200);
+  testing::MutexHolderProcess holder(name);
+  ASSERT_TRUE(holder.holding());
+  const uint64_t start = platform::TickCount64();
+  mutex.Lock();
+  const uint64_t elapsed = platform::TickCount64() - start;
+  mutex.Unlock();
+  EXPECT_GE(elapsed, 190u);
+  EXPECT_LT(elapsed, 5000u);
+}
+
+}  // namespace
+}  // namespace vantrel
