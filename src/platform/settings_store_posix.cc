@@ -7,7 +7,9 @@
 // ($XDG_DATA_HOME/vantrel or ~/.local/share/vantrel). Machine keys
 // (HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT, HKEY_USERS) share machine.db so that
 // every user of the computer sees the same ones; HKEY_CURRENT_USER is
-// user-<uid>.db beside it.
+// user-<uid>.db beside it, or in the user's data folder when this caller may
+// not write the store folder (a user reading the service's machine keys still
+// keeps settings of their own).
 #include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -80,6 +82,18 @@ std::string ChooseStoreFolder(const StoreFolderCandidates& candidates) {
   return candidates.user;
 }
 
+namespace {
+
+std::unique_ptr<SettingsStore> MakeProcessStore() {
+  const std::string folder = DefaultSettingsStoreFolder();
+  if (IsWritableFolder(folder)) return MakeSqliteSettingsStore(folder, {});
+  const std::string user_folder = JoinPath(UserDataFolder(), "vantrel");
+  CreateFolders(user_folder);
+  return MakeSqliteSettingsStore(folder, {}, user_folder);
+}
+
+}  // namespace
+
 std::string DefaultSettingsStoreFolder() {
   static const std::string folder = ChooseStoreFolder(ProcessStoreFolderCandidates());
   return folder;
@@ -88,8 +102,7 @@ std::string DefaultSettingsStoreFolder() {
 SettingsStore& DefaultSettingsStore() {
   if (SettingsStore* store = g_store_for_testing.load(std::memory_order_acquire)) return *store;
   // Never destroyed: threads may still use it while the process exits.
-  static SettingsStore* const store =
-      MakeSqliteSettingsStore(DefaultSettingsStoreFolder(), {}).release();
+  static SettingsStore* const store = MakeProcessStore().release();
   return *store;
 }
 

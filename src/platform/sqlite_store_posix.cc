@@ -380,9 +380,10 @@ class StoreFile {
 
 class SqliteSettingsStore : public SettingsStore {
  public:
-  SqliteSettingsStore(const std::string& folder, SettingsStoreOptions options)
+  SqliteSettingsStore(const std::string& folder, SettingsStoreOptions options,
+                      const std::string& user_folder)
       : machine_(folder, "machine.db", options.read_only),
-        user_(folder, "user-" + std::to_string(getuid()) + ".db", options.read_only) {}
+        user_(user_folder, "user-" + std::to_string(getuid()) + ".db", options.read_only) {}
 
   long OpenKey(RegistryRoot root, std::string_view path, uint32_t access,
                std::unique_ptr<SettingsKey>* key) override {
@@ -429,8 +430,10 @@ class SqliteSettingsStore : public SettingsStore {
 }  // namespace
 
 std::unique_ptr<SettingsStore> MakeSqliteSettingsStore(const std::string& folder,
-                                                       SettingsStoreOptions options) {
-  return std::make_unique<SqliteSettingsStore>(folder, options);
+                                                       SettingsStoreOptions options,
+                                                       const std::string& user_folder) {
+  return std::make_unique<SqliteSettingsStore>(folder, options,
+                                               user_folder.empty() ? folder : user_folder);
 }
 
 }  // namespace vantrel::platform

@@ -11,8 +11,11 @@ namespace vantrel::platform {
 
 // The store on `folder`: machine keys in machine.db, the current user's in
 // user-<uid>.db. Never null; each file is opened on first use.
+// Machine keys live in `folder`; HKEY_CURRENT_USER in `user_folder`, which
+// is `folder` unless given.
 std::unique_ptr<SettingsStore> MakeSqliteSettingsStore(const std::string& folder,
-                                                       SettingsStoreOptions options);
+                                                       SettingsStoreOptions options,
+                                                       const std::string& user_folder = {});
 
 // Where the store may live, most preferred first. `configured` may be empty
 // (no VANTREL_HOME).
