@@ -6,8 +6,12 @@
 
 namespace vantrel::platform {
 
-// The folder of the binary that contains this function, without a trailing
-// separator. Empty when the platform cannot tell. Any thread.
+// The full path of the binary that contains this function: absolute, as the
+// loader opened it. Empty when the platform cannot tell. Any thread.
+std::string LibraryPath();
+
+// The folder of that binary, without a trailing separator. Empty when the
+// platform cannot tell. Any thread.
 std::string LibraryFolder();
 
 }  // namespace vantrel::platform
