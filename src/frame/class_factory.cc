@@ -1,7 +1,7 @@
 #include "frame/class_factory.h"
 
 #include <array>
-#include <new>
+#include <optional>
 
 #include "frame/class_table.h"
 #include "frame/module.h"
@@ -49,16 +49,15 @@ HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) {
   *out = nullptr;
   const ClassEntry* entry = FindClass(clsid);
   if (entry == nullptr) return CLASS_E_CLASSNOTAVAILABLE;
-  static std::array<ClassFactory*, 32> factories{};  // guarded by the module's section
+  // Static storage, not the heap: a client may unload the library, and the
+  // class objects go with it.
+  static std::array<std::optional<ClassFactory>, 32> factories;  // guarded by the module's section
   const size_t row = static_cast<size_t>(entry - ClassTable().data());
   ClassFactory* factory;
   {
-    OLock hold(Module().critical_section());
-    if (factories[row] == nullptr) {
-      factories[row] = new (std::nothrow) ClassFactory(*entry);
-      if (factories[row] == nullptr) return E_OUTOFMEMORY;
-    }
-    factory = factories[row];
+    std::lock_guard<std::mutex> hold(Module().critical_section());
+    if (!factories[row]) factories[row].emplace(*entry);
+    factory = &*factories[row];
   }
   return factory->QueryInterface(iid, out);
 }

@@ -10,10 +10,10 @@ const char kTypeLibId[] = "{A9F21314-6355-436C-8A69-CC83C81331CE}";
 std::string CVantrelModule::ModulePath() const { return platform::LibraryPath(); }
 
 CVantrelModule& Module() {
-  // Deliberately never destroyed: objects released from other static
-  // destructors, or after the last thread of a client, still count down.
-  static CVantrelModule* module = new CVantrelModule();
-  return *module;
+  // Static storage rather than the heap, so that unloading the library frees
+  // it; its destructor is trivial (see the members).
+  static CVantrelModule module;
+  return module;
 }
 
 }  // namespace vantrel::frame

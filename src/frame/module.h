@@ -4,10 +4,10 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
 #include <string>
 
 #include "automation_runtime.h"
-#include "support/synchronizer.h"
 
 namespace vantrel::frame {
 
@@ -27,11 +27,13 @@ class CVantrelModule {
   std::string ModulePath() const;
 
   // Serialises the creation of class objects.
-  OCriticalSection& critical_section() { return critical_section_; }
+  std::mutex& critical_section() { return critical_section_; }
 
  private:
+  // Both members destroy trivially, so an object released by another static
+  // destructor after this one still finds a usable module.
   std::atomic<long> locks_{0};
-  OCriticalSection critical_section_;
+  std::mutex critical_section_;
 };
 
 // The module of this process. Never destroyed while code of the library runs.

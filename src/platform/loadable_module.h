@@ -9,7 +9,8 @@ namespace vantrel::platform {
 
 class LoadableModule {
  public:
-  virtual ~LoadableModule() = default;  // unloads the module
+  // Closes the handle; on Linux the module itself stays mapped until exit.
+  virtual ~LoadableModule() = default;
   // The address of the exported `name`, or null. Any thread.
   virtual void* Symbol(const char* name) const = 0;
 };

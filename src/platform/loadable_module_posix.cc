@@ -18,7 +18,11 @@ class PosixModule final : public LoadableModule {
 }  // namespace
 
 std::unique_ptr<LoadableModule> LoadModule(const std::string& path, std::string* error) {
-  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  // RTLD_NODELETE: the module stays mapped after its last close. Objects and
+  // text it handed out may outlive the handle (its class objects, the
+  // sanitizer runtimes' tables for it), as on Windows where a library is
+  // rarely freed before exit.
+  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (handle == nullptr) {
     const char* reason = dlerror();
     if (error) *error = reason ? reason : "cannot load " + path;

@@ -3,6 +3,7 @@
 // as its in-process server is the library's, not this program's.
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "commands.h"
@@ -57,7 +58,8 @@ int RunEntry(const std::string& library, const char* entry, const char* done) {
 void AddEntryCommand(CLI::App& app, const char* name, const char* help, const char* entry,
                      const char* done) {
   auto* command = app.add_subcommand(name, help);
-  auto* library = new std::string();  // lives as long as the program
+  // Owned by the callback, which the command keeps for the program's life.
+  auto library = std::make_shared<std::string>();
   command->add_option("--library", *library, "The library file (default: the one installed "
                                              "with this program)");
   command->callback(
