@@ -9,6 +9,7 @@ namespace vantrel::tool {
 void AddVersionCommand(CLI::App& app);
 void AddRegCommand(CLI::App& app);
 void AddRegisterCommands(CLI::App& app);
+void AddPrintersCommands(CLI::App& app);
 
 // The exit status recorded by the command that ran.
 int ExitCode();

@@ -1,0 +1,100 @@
+// The state every object of one printer shares: the spooler handle, the
+// driver interface chosen for the printer, and typed reads and writes of the
+// printer's level-2 record. Contexts are handed out by PrinterContextRegistry,
+// one per printer name.
+//
+// Every operation holds the context's lock for its whole duration, so
+// read-modify-write setters never interleave on one printer. Getters never
+// fail: a spooler refusal gives "", 0 or false. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/spooler.h"
+#include "support/synchronizer.h"
+
+namespace vantrel::printers {
+
+class DriverInterface;
+
+class PrinterContext {
+ public:
+  explicit PrinterContext(platform::Spooler& spooler);
+  ~PrinterContext();  // closes the spooler handle
+  PrinterContext(const PrinterContext&) = delete;
+  PrinterContext& operator=(const PrinterContext&) = delete;
+
+  // Opens `name` with full access, falling back to use access, and chooses
+  // the driver interface. Throws KestoException "Could not open printer"
+  // when both opens fail. Called once, by the registry.
+  void Open(const std::string& name);
+
+  // The spooler's name, without the ",N" the spooler appends to a printer
+  // pending deletion.
+  std::string GetName();
+  std::string GetServerName();
+  std::string GetShareName();
+  std::string GetPortName();
+  std::string GetDriverName();
+  std::string GetComment();
+  std::string GetLocation();
+  // Automation booleans: -1 true, 0 false.
+  int16_t IsLocal();
+  int16_t IsNetwork();
+  int16_t IsShared();
+  uint32_t GetJobCount();
+  uint32_t GetDefaultPriority();
+  uint32_t GetStartTime();  // minutes after midnight UTC
+  uint32_t GetUntilTime();
+  // The level-2 record as a whole; false when the spooler refuses it.
+  bool GetRecord(platform::PrinterInfo2* record);
+
+  // Throw KestoException "Invalid port" for a port the spooler does not
+  // know, "Invalid printer share name" for a name holding / \ or , (checked
+  // before the spooler is asked) or refused by it; OException with the
+  // spooler's error number for any other refusal.
+  void SetPortName(const std::string& port);
+  // A non-empty name shares the printer, an empty one unshares it.
+  void SetShareName(const std::string& share_name);
+  // Sharing a printer with no share name shares it under its own name.
+  void SetShared(bool on);
+  // Refusals are not reported.
+  void SetComment(const std::string& comment);
+  void SetLocation(const std::string& location);
+  void SetDefaultPriority(uint32_t priority);
+  void SetStartTime(uint32_t minutes);
+  void SetUntilTime(uint32_t minutes);
+
+  // True when the printer accepts more than raw data. The answer is cached
+  // for 2 s; a failed probe keeps the previous answer.
+  bool IsNotRawOnly();
+
+  // The driver interface (owned by the context) and the spooler handle
+  // (owned by the context; valid while the context lives).
+  DriverInterface* driver();
+  platform::SpoolerPrinter* handle();
+
+ private:
+  friend class PrinterContextRegistry;
+
+  template <typename Take>
+  auto ReadField(Take take) -> decltype(take(platform::PrinterInfo2{}));
+  int16_t HasAttribute(uint32_t bit);
+  template <typename Change>
+  void ChangeQuietly(Change change);
+  [[noreturn]] static void ThrowSpoolerError(const char* operation, long error);
+
+  platform::Spooler& spooler_;
+  int32_t references_ = 0;  // guarded by the registry's lock
+  OCriticalSection lock_;
+  std::unique_ptr<platform::SpoolerPrinter> handle_;  // guarded by lock_
+  std::unique_ptr<DriverInterface> driver_;           // guarded by lock_
+
+  OCriticalSection probe_lock_;
+  bool not_raw_only_ = false;  // guarded by probe_lock_
+  uint64_t probed_at_ = 0;     // guarded by probe_lock_; 0: never probed
+};
+
+}  // namespace vantrel::printers

@@ -1,0 +1,90 @@
+// An in-memory spooler for unit tests: printers, jobs, data, notifications,
+// with call counters and injected failures (administration refused, broken
+// records, partial writes, dropped notifications). Free-threaded.
+#pragma once
+
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/spooler.h"
+
+namespace vantrel::testing {
+
+class FakeSpooler : public platform::Spooler {
+ public:
+  FakeSpooler();
+  ~FakeSpooler() override;
+
+  // Fixtures. A new printer is local, unshared, idle, on `port`.
+  void AddPrinter(const std::string& name, const std::string& port = "file:///dev/null",
+                  const std::string& comment = "", const std::string& location = "");
+  void RemovePrinter(const std::string& name);
+  void AddPort(const std::string& port);
+  void SetStatus(const std::string& name, uint32_t status);
+  void SetAttributes(const std::string& name, uint32_t attributes);
+  void SetData(const std::string& name, const std::string& value_name,
+               std::vector<uint8_t> bytes = {1});
+  // Renames as the spooler does with a printer pending deletion ("Labels,3").
+  void RenameRecord(const std::string& name, const std::string& record_name);
+
+  // Failures.
+  // Opens asking for more than use access are refused; so is SetInfo2.
+  void DenyAdministration(const std::string& name);
+  // Every GetInfo* of the printer fails with kErrorInvalidData.
+  void BreakRecords(const std::string& name);
+  // Write takes at most `bytes` per call.
+  void LimitWrites(uint32_t bytes);
+  // The next Wait of every watch of the printer reports a discarded batch
+  // and the pending changes are lost.
+  void DropNotifications(const std::string& name);
+
+  // Call counts, by operation name ("Open", "GetInfo2", "GetInfo5",
+  // "SetInfo2", "Close", ...).
+  int Calls(const std::string& operation) const;
+  // The bytes written by raw documents, by job id.
+  std::string DocumentBytes(uint32_t job_id) const;
+
+  long Open(std::string_view name, uint32_t access,
+            std::unique_ptr<platform::SpoolerPrinter>* printer) override;
+  long EnumPrinters2(uint32_t flags, std::vector<platform::PrinterInfo2>* printers) override;
+  long EnumPrinters4(uint32_t flags, std::vector<platform::PrinterInfo4>* printers) override;
+  long EnumPorts2(std::vector<platform::PortInfo2>* ports) override;
+
+  struct Job {
+    platform::JobInfo2 info;
+    std::string bytes;
+    bool open = false;
+  };
+  struct Printer {
+    platform::PrinterInfo2 info;
+    std::map<std::string, std::vector<uint8_t>> data;  // "key\nvalue" or "\nvalue"
+    std::vector<Job> jobs;
+    bool deny_admin = false;
+    bool broken = false;
+  };
+  class Watch;
+
+ private:
+  friend class FakePrinter;
+  friend class Watch;
+  void Count(const std::string& operation);
+  Printer* FindLocked(const std::string& name);
+  void NotifyLocked(const std::string& printer, platform::NotifyItem item);
+
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  std::map<std::string, Printer> printers_;  // GUARDED_BY(mutex_)
+  std::vector<std::string> order_;           // insertion order of printers_
+  std::set<std::string> ports_;
+  std::map<std::string, int> calls_;
+  std::vector<Watch*> watches_;
+  uint32_t write_limit_ = 0;
+  uint32_t next_job_id_ = 1;
+};
+
+}  // namespace vantrel::testing
