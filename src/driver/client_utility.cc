@@ -1,0 +1,183 @@
+#include "driver/client_utility.h"
+
+#include "platform/registry_value.h"
+#include "support/event_log.h"
+#include "support/http_message.h"
+#include "support/registry.h"
+
+namespace vantrel {
+
+namespace {
+
+// A boolean setting is present only as exactly one byte.
+bool ReadBool(PrinterRegistry& registry, std::string_view path, bool fallback) {
+  platform::RegistryValue value;
+  if (registry.ReadValue(path, &value) != 0 || value.data.size() != 1) return fallback;
+  return value.data[0] != 0;
+}
+
+// A numeric setting is present only as exactly four bytes.
+std::optional<uint32_t> ReadNumber(PrinterRegistry& registry, std::string_view path) {
+  platform::RegistryValue value;
+  if (registry.ReadValue(path, &value) != 0 || value.data.size() != 4) return std::nullopt;
+  return value.data[0] | (value.data[1] << 8) | (value.data[2] << 16) |
+         (static_cast<uint32_t>(value.data[3]) << 24);
+}
+
+PrinterRegistry RegistryFor(const XpmlPrinterContext& context, platform::SettingsStore* store) {
+  return PrinterRegistry(context.printer, context.server, {}, {}, 0, store);
+}
+
+}  // namespace
+
+struct ClientUtility::Settings {
+  bool enabled = true;
+  std::string host;
+  uint32_t port = 0;
+  uint32_t retries = kDefaultConnectionRetries;
+  uint32_t timeout_ms = kDefaultConnectionTimeoutMs;
+};
+
+ClientUtility::ClientUtility(std::shared_ptr<TCPSocketManager> manager,
+                             platform::SettingsStore* store, Hooks hooks)
+    : manager_(manager ? std::move(manager) : TCPSocketManager::Process()),
+      store_(store),
+      hooks_(std::move(hooks)) {}
+
+void ClientUtility::Log(uint32_t level, const std::string& line) const {
+  if (hooks_.log) {
+    hooks_.log(level, line);
+    return;
+  }
+  static OEventLogBase* log = [] {
+    auto* created = new OEventLogBase(kLogName);  // lives as long as the process
+    created->LoadMask();
+    return created;
+  }();
+  log->Write(level, line);
+}
+
+std::string ClientUtility::last_transaction_id() const {
+  std::lock_guard<std::mutex> hold(mutex_);
+  return last_transaction_id_;
+}
+
+ClientUtility::Settings ClientUtility::ReadSettings(const XpmlPrinterContext& context) {
+  Settings settings;
+  {
+    PrinterRegistry registry = RegistryFor(context, store_);
+    settings.enabled = ReadBool(registry, context.network_printer
+                                              ? "NETWORK:Network Communication"
+                                              : "NETWORK:TCP Enabled",
+                                true);
+    settings.retries =
+        ReadNumber(registry, "NETWORK:Connection Retries").value_or(kDefaultConnectionRetries);
+    settings.timeout_ms = ReadNumber(registry, "NETWORK:Connection Timeout")
+                              .value_or(kDefaultConnectionTimeoutMs);
+    // The service runs beside the spooler that holds the printer.
+    settings.host = context.server.empty() ? "localhost" : context.server;
+    if (ReadBool(registry, "NETWORK:Server Address Override", false)) {
+      if (auto address = registry.ReadString("NETWORK:Server Address")) settings.host = *address;
+    }
+    if (!ReadBool(registry, "NETWORK:Network Bidirectional", true)) settings.host = "localhost";
+  }
+  settings.port = GetRefactoredTcpPortNumber(context);
+  return settings;
+}
+
+uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& context) {
+  static constexpr const char* kFunction = "ClientUtility::GetRefactoredTcpPortNumber: ";
+  PrinterRegistry registry = RegistryFor(context, store_);
+  const std::optional<uint32_t> stored = ReadNumber(registry, "NETWORK:XPML Server Port");
+  std::optional<uint32_t> found;
+  if (!context.network_printer && hooks_.printer_data_port) {
+    found = hooks_.printer_data_port(context.printer);
+  }
+  if (!found) {
+    const uint32_t port = stored.value_or(kDefaultXpmlServerPort);
+    Log(kLogWarnings, std::string(kFunction) +
+                          "Unable to retrieve the XPML port number.  Defaulting to " +
+                          std::to_string(port));
+    return port;
+  }
+  if (found != stored) {
+    const long error = registry.WriteValue("NETWORK:XPML Server Port",
+                                           platform::MakeDwordValue(*found));
+    if (error != 0) {
+      Log(kLogErrors, std::string(kFunction) + "Unable to save the new XPML port number " +
+                          std::to_string(*found) + ": " + std::to_string(error));
+    }
+  }
+  return *found;
+}
+
+std::string ClientUtility::BuildRequest(const XpmlPrinterContext& context,
+                                        std::string_view xpml) {
+  uint32_t transaction;
+  {
+    std::lock_guard<std::mutex> hold(mutex_);
+    transaction = next_transaction_++;
+  }
+  const std::string target = "/xpml?persist=1&transactid=" + std::to_string(transaction) +
+                             "&share=" + (context.network_printer ? "1" : "0") +
+                             "&printer=" + PercentEncode(context.printer);
+  return FormatHttpRequest("POST", target, {}, xpml);
+}
+
+std::optional<std::string> ClientUtility::SendReceive(const XpmlPrinterContext& context,
+                                                      std::string_view xpml) {
+  const Settings settings = ReadSettings(context);
+  if (!settings.enabled) return std::nullopt;
+  const std::string request = BuildRequest(context, xpml);
+  return Exchange(settings, request);
+}
+
+std::optional<std::string> ClientUtility::Exchange(const Settings& settings,
+                                                   const std::string& request) {
+  // A kept connection may have been closed by the service since its last
+  // use without the probe seeing it yet: one more try on a new connection.
+  for (int round = 0; round < 2; ++round) {
+    TCPSocketWithReUse socket(manager_);
+    if (socket.Connect(settings.host, settings.port, settings.timeout_ms, settings.retries) != 0) {
+      return std::nullopt;
+    }
+    socket.SetSendTimeout(kXpmlReplyTimeoutMs);
+    socket.SetReceiveTimeout(kXpmlReplyTimeoutMs);
+    HttpMessageReader reader;
+    long error = socket.Send(request);
+    char buffer[16384];
+    while (error == 0 && reader.state() == HttpMessageReader::State::kNeedMore) {
+      size_t received = 0;
+      error = socket.Receive(buffer, sizeof(buffer), &received);
+      if (error != 0) break;
+      if (received == 0) {
+        reader.Finish();
+        break;
+      }
+      reader.Feed(std::string_view(buffer, received));
+    }
+    if (reader.state() == HttpMessageReader::State::kComplete) {
+      const HttpMessage& reply = reader.message();
+      const bool keep =
+          reply.Field("Connection") != "close" && !reply.Field("Content-Length").empty();
+      if (keep) {
+        socket.Finish();
+      } else {
+        socket.Abandon();
+      }
+      if (reply.start[1] != "200") return std::nullopt;
+      {
+        std::lock_guard<std::mutex> hold(mutex_);
+        last_transaction_id_ = reply.Field("TID");
+      }
+      return reply.body;
+    }
+    const bool retry = socket.reused() && reader.state() != HttpMessageReader::State::kFailed &&
+                       error != platform::kWsaTimedOut;
+    socket.Abandon();
+    if (!retry) return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+}  // namespace vantrel

@@ -1,0 +1,80 @@
+// Carries one XPML text to a printer driver's local service and returns the
+// reply: an HTTP/1.1 POST to "/xpml" over a kept connection of the
+// TCPSocketManager. The connection settings are read through PrinterRegistry
+// at every exchange, so a change applies to the next one.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "driver/tcp_socket_manager.h"
+#include "platform/settings_store.h"
+
+namespace vantrel {
+
+// The printer an exchange is for.
+struct XpmlPrinterContext {
+  std::string printer;           // the printer's name
+  std::string server;            // empty for this computer
+  bool network_printer = false;  // a connection to a printer shared by another server
+};
+
+// Defaults of the settings under "NETWORK:".
+constexpr uint32_t kDefaultTcpPort = 6160;
+constexpr uint32_t kDefaultConnectionRetries = 2;
+constexpr uint32_t kDefaultConnectionTimeoutMs = 1000;
+constexpr uint32_t kDefaultXpmlServerPort = 5130;
+// How long a reply may take once the request is sent.
+constexpr uint32_t kXpmlReplyTimeoutMs = 30000;
+
+class ClientUtility {
+ public:
+  static constexpr const char* kLogName = "Marlock Client Utility V3";
+
+  struct Hooks {
+    // The printer data value "XPML Server Port" of a local printer, or
+    // nothing when the spooler has none. Null: no lookup.
+    std::function<std::optional<uint32_t>(const std::string& printer)> printer_data_port;
+    // Receives event lines. Null: the log "Marlock Client Utility V3".
+    std::function<void(uint32_t level, const std::string& line)> log;
+  };
+
+  // A null manager means the process's; a null store the process's store.
+  explicit ClientUtility(std::shared_ptr<TCPSocketManager> manager = nullptr,
+                         platform::SettingsStore* store = nullptr, Hooks hooks = {});
+
+  // Sends `xpml` and returns the reply body; nothing when the route is
+  // switched off, no connection could be made within the configured attempts
+  // and time-outs, or the reply was not a complete "200" answer within its
+  // bounds. Blocks for the exchange; any thread.
+  std::optional<std::string> SendReceive(const XpmlPrinterContext& context,
+                                         std::string_view xpml);
+
+  // The service's port: "NETWORK:XPML Server Port" (5130 when absent),
+  // replaced by the printer's own "XPML Server Port" data value when it has
+  // one, which is then stored. Blocks on the store and spooler; any thread.
+  uint32_t GetRefactoredTcpPortNumber(const XpmlPrinterContext& context);
+
+  // The transaction id the service sent with the last reply ("TID").
+  std::string last_transaction_id() const;
+
+ private:
+  struct Settings;
+  Settings ReadSettings(const XpmlPrinterContext& context);
+  std::optional<std::string> Exchange(const Settings& settings, const std::string& request);
+  std::string BuildRequest(const XpmlPrinterContext& context, std::string_view xpml);
+  void Log(uint32_t level, const std::string& line) const;
+
+  const std::shared_ptr<TCPSocketManager> manager_;
+  platform::SettingsStore* const store_;
+  const Hooks hooks_;
+  mutable std::mutex mutex_;
+  uint32_t next_transaction_ = 1;      // guarded by mutex_
+  std::string last_transaction_id_;    // guarded by mutex_
+};
+
+}  // namespace vantrel

@@ -1,0 +1,224 @@
+#include "driver/client_utility.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "driver/xpml_encoding.h"
+#include "fakes/fake_settings_store.h"
+#include "platform/clock.h"
+#include "platform/registry_value.h"
+#include "support/http_message.h"
+#include "support/registry.h"
+
+namespace vantrel {
+namespace {
+
+// A one-thread XPML service on loopback: answers each request with what
+// `reply` returns for it (raw bytes), and may close after each reply.
+class FakeXpmlService {
+ public:
+  using Reply = std::function<std::string(const HttpMessage& request)>;
+  explicit FakeXpmlService(Reply reply, bool close_after_reply = false)
+      : reply_(std::move(reply)), close_after_reply_(close_after_reply) {
+    platform::ListenSocket("127.0.0.1", 0, &listener_, &port_);
+    thread_ = std::thread([this] { Serve(); });
+  }
+  ~FakeXpmlService() {
+    stop_ = true;
+    thread_.join();
+    platform::CloseSocket(listener_);
+  }
+  uint16_t port() const { return port_; }
+  int connections() const { return connections_.load(); }
+  std::vector<HttpMessage> requests() {
+    std::lock_guard<std::mutex> hold(mutex_);
+    return requests_;
+  }
+
+ private:
+  void Serve() {
+    while (!stop_) {
+      platform::SocketHandle connection;
+      if (platform::AcceptSocket(listener_, 50, &connection) != 0) continue;
+      ++connections_;
+      while (!stop_ && ServeOne(connection)) {
+      }
+      platform::CloseSocket(connection);
+    }
+  }
+
+  // False when the connection is to be closed.
+  bool ServeOne(platform::SocketHandle connection) {
+    HttpMessageReader reader;
+    char buffer[4096];
+    while (reader.state() == HttpMessageReader::State::kNeedMore) {
+      size_t got = 0;
+      const long error = platform::ReceiveSome(connection, buffer, sizeof(buffer), 50, &got);
+      if (error == platform::kWsaTimedOut && !stop_) continue;
+      if (error != 0 || got == 0) return false;
+      reader.Feed(std::string_view(buffer, got));
+    }
+    if (reader.state() != HttpMessageReader::State::kComplete) return false;
+    {
+      std::lock_guard<std::mutex> hold(mutex_);
+      requests_.push_back(reader.message());
+    }
+    platform::SendAll(connection, reply_(reader.message()), 1000);
+    return !close_after_reply_;
+  }
+
+  const Reply reply_;
+  const bool close_after_reply_;
+  platform::SocketHandle listener_ = platform::kInvalidSocket;
+  uint16_t port_ = 0;
+  std::atomic<bool> stop_{false};
+  std::atomic<int> connections_{0};
+  std::mutex mutex_;
+  std::vector<HttpMessage> requests_;  // guarded by mutex_
+  std::thread thread_;
+};
+
+std::string Ok(std::string_view body) { return FormatHttpReply(200, {{"TID", "t-9"}}, body); }
+
+class ClientUtilityTest : public ::testing::Test {
+ protected:
+  ClientUtilityTest() {
+    TCPSocketManagerHooks hooks = TCPSocketManagerHooks::Platform();
+    hooks.log = nullptr;
+    manager_ = TCPSocketManager::Create(hooks);
+    ClientUtility::Hooks client_hooks;
+    client_hooks.log = [this](uint32_t, const std::string& line) {
+      std::lock_guard<std::mutex> hold(mutex_);
+      events_.push_back(line);
+    };
+    client_hooks.printer_data_port = [this](const std::string&) { return data_port_; };
+    client_ = std::make_unique<ClientUtility>(manager_, &store_, client_hooks);
+  }
+
+  void SetNumber(const char* path, uint32_t value) {
+    ASSERT_EQ(registry().WriteValue(path, platform::MakeDwordValue(value)), 0);
+  }
+  void SetBool(const char* path, bool value) {
+    ASSERT_EQ(registry().WriteValue(path, platform::MakeBinaryValue({value ? uint8_t{1} : uint8_t{0}})), 0);
+  }
+  PrinterRegistry registry() { return PrinterRegistry(context_.printer, {}, {}, {}, 0, &store_); }
+  std::vector<std::string> events() {
+    std::lock_guard<std::mutex> hold(mutex_);
+    return events_;
+  }
+
+  testing::FakeSettingsStore store_;
+  std::shared_ptr<TCPSocketManager> manager_;
+  std::unique_ptr<ClientUtility> client_;
+  XpmlPrinterContext context_{"Label Printer 1", {}, false};
+  std::optional<uint32_t> data_port_;
+  std::mutex mutex_;
+  std::vector<std::string> events_;
+};
+
+TEST_F(ClientUtilityTest, StateRequestsRoundTripOverOneKeptConnection) {
+  FakeXpmlService service([](const HttpMessage& request) {
+    return Ok(request.body == kStateRequestSeverity ? "1;2" : "1;16;3");
+  });
+  SetNumber("NETWORK:XPML Server Port", service.port());
+  EXPECT_EQ(client_->SendReceive(context_, kStateRequestStatusFlags2), "1;16;3");
+  EXPECT_EQ(client_->SendReceive(context_, kStateRequestSeverity), "1;2");
+  EXPECT_EQ(client_->last_transaction_id(), "t-9");
+  EXPECT_EQ(service.connections(), 1);
+  const std::vector<HttpMessage> requests = service.requests();
+  ASSERT_EQ(requests.size(), 2u);
+  const HttpMessage& first = requests[0];
+  EXPECT_EQ(first.start[0], "POST");
+  EXPECT_EQ(first.start[1].substr(0, 6), "/xpml?");
+  EXPECT_NE(first.start[1].find("printer=Label%20Printer%201"), std::string::npos);
+  EXPECT_NE(first.start[1].find("transactid="), std::string::npos);
+  EXPECT_EQ(first.start[2], "HTTP/1.1");
+  EXPECT_EQ(first.Field("Content-Type"), "application/octet-stream");
+  EXPECT_EQ(first.Field("Cache-Control"), "no-cache");
+  EXPECT_EQ(first.body, kStateRequestStatusFlags2);
+  EXPECT_NE(requests[1].start[1], first.start[1]);  // a new transaction id
+}
+
+TEST_F(ClientUtilityTest, ConnectionClosedByTheServiceIsReplacedForTheNextExchange) {
+  FakeXpmlService service([](const HttpMessage&) { return Ok("1"); }, true);
+  SetNumber("NETWORK:XPML Server Port", service.port());
+  EXPECT_EQ(client_->SendReceive(context_, "a"), "1");
+  EXPECT_EQ(client_->SendReceive(context_, "b"), "1");
+  EXPECT_EQ(service.connections(), 2);
+}
+
+TEST_F(ClientUtilityTest, RouteSwitchedOffSendsNothing) {
+  FakeXpmlService service([](const HttpMessage&) { return Ok("1"); });
+  SetNumber("NETWORK:XPML Server Port", service.port());
+  SetBool("NETWORK:TCP Enabled", false);
+  EXPECT_FALSE(client_->SendReceive(context_, "x"));
+  // A network printer reads its own switch, still on.
+  context_.network_printer = true;
+  EXPECT_EQ(client_->SendReceive(context_, "x"), "1");
+  SetBool("NETWORK:Network Communication", false);
+  EXPECT_FALSE(client_->SendReceive(context_, "x"));
+  EXPECT_EQ(service.requests().size(), 1u);
+}
+
+TEST_F(ClientUtilityTest, SwitchOfTheWrongSizeCountsAsAbsent) {
+  FakeXpmlService service([](const HttpMessage&) { return Ok("1"); });
+  SetNumber("NETWORK:XPML Server Port", service.port());
+  SetNumber("NETWORK:TCP Enabled", 0);  // four bytes: not a boolean
+  EXPECT_EQ(client_->SendReceive(context_, "x"), "1");
+}
+
+TEST_F(ClientUtilityTest, ServiceGoneFailsWithinTheConfiguredAttempts) {
+  platform::SocketHandle listener;
+  uint16_t port = 0;
+  ASSERT_EQ(platform::ListenSocket("127.0.0.1", 0, &listener, &port), 0);
+  platform::CloseSocket(listener);
+  SetNumber("NETWORK:XPML Server Port", port);
+  SetNumber("NETWORK:Connection Retries", 1);
+  SetNumber("NETWORK:Connection Timeout", 200);
+  const uint64_t start = platform::TickCount64();
+  EXPECT_FALSE(client_->SendReceive(context_, "x"));
+  EXPECT_LT(platform::TickCount64() - start, 5000u);
+  EXPECT_EQ(manager_->EntryCount(), 0u);
+}
+
+TEST_F(ClientUtilityTest, BadRepliesAreFailedExchanges) {
+  for (const std::string& reply :
+       {std::string("HTTP/1.1 200 OK\r\nContent-Length: 99999999\r\n\r\n"),
+        std::string("not http at all\r\n\r\n"), std::string("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n1")}) {
+    FakeXpmlService service([&](const HttpMessage&) { return reply; }, true);
+    SetNumber("NETWORK:XPML Server Port", service.port());
+    EXPECT_FALSE(client_->SendReceive(context_, "x")) << reply;
+  }
+  // A connection whose reply could not be framed is never kept.
+  EXPECT_EQ(manager_->EntryCount(), 0u);
+  FakeXpmlService refusing([&](const HttpMessage&) { return FormatHttpReply(500, {}, "1"); });
+  SetNumber("NETWORK:XPML Server Port", refusing.port());
+  EXPECT_FALSE(client_->SendReceive(context_, "x"));
+}
+
+TEST_F(ClientUtilityTest, PortDiscoveryStoresANewPortAndReportsAMissingOne) {
+  EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 5130u);
+  ASSERT_EQ(events().size(), 1u);
+  EXPECT_EQ(events()[0],
+            "ClientUtility::GetRefactoredTcpPortNumber: Unable to retrieve the XPML port "
+            "number.  Defaulting to 5130");
+  data_port_ = 7001;
+  EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7001u);
+  EXPECT_EQ(registry().ReadDword("NETWORK:XPML Server Port"), 7001u);
+  EXPECT_EQ(events().size(), 1u);
+  store_.SetReadOnly(true);
+  data_port_ = 7002;
+  EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7002u);
+  ASSERT_EQ(events().size(), 2u);
+  EXPECT_EQ(events()[1].rfind("ClientUtility::GetRefactoredTcpPortNumber: Unable to save the "
+                              "new XPML port number 7002: ", 0),
+            0u);
+}
+
+}  // namespace
+}  // namespace vantrel
