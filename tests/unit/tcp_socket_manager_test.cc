@@ -22,9 +22,11 @@ class TcpSocketManagerTest : public ::testing::Test {
   std::shared_ptr<TCPSocketManager> MakeManager(std::function<bool(uint32_t)> wait = nullptr) {
     TCPSocketManagerHooks hooks = TCPSocketManagerHooks::Platform();
     hooks.now = [this] { return clock_.load(); };
-    hooks.log = [this](uint32_t, const std::string& line) {
-      std::lock_guard<std::mutex> hold(log_mutex_);
-      log_.push_back(line);
+    // The log outlives the fixture: a closer may write its last line after
+    // it has said it is no longer running.
+    hooks.log = [log = log_](uint32_t, const std::string& line) {
+      std::lock_guard<std::mutex> hold(log->mutex);
+      log->lines.push_back(line);
     };
     hooks.wait = std::move(wait);
     managers_.push_back(TCPSocketManager::Create(std::move(hooks)));
@@ -56,8 +58,8 @@ class TcpSocketManagerTest : public ::testing::Test {
   }
 
   std::vector<std::string> Log() {
-    std::lock_guard<std::mutex> hold(log_mutex_);
-    return log_;
+    std::lock_guard<std::mutex> hold(log_->mutex);
+    return log_->lines;
   }
 
   bool Logged(const std::string& prefix) {
@@ -78,8 +80,11 @@ class TcpSocketManagerTest : public ::testing::Test {
   std::atomic<uint64_t> clock_{1000000};
   std::atomic<bool> release_{false};
   std::vector<std::shared_ptr<TCPSocketManager>> managers_;
-  std::mutex log_mutex_;
-  std::vector<std::string> log_;
+  struct LogLines {
+    std::mutex mutex;
+    std::vector<std::string> lines;  // guarded by mutex
+  };
+  const std::shared_ptr<LogLines> log_ = std::make_shared<LogLines>();
 };
 
 TEST_F(TcpSocketManagerTest, SameThreadGetsItsIdleConnectionBack) {
