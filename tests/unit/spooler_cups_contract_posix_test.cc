@@ -86,7 +86,8 @@ TEST_F(CupsSpoolerTest, ARestartedSchedulerGivesADiscardedBatch) {
   ASSERT_EQ(printer->WatchChanges(fields, &watch), kErrorSuccess);
   ASSERT_TRUE(sandbox().Restart()) << sandbox().error();
   bool discarded = false;
-  for (int i = 0; i < 50 && !discarded; ++i) {
+  // Up to 15 s: a loaded machine (or a sanitizer build) restarts slowly.
+  for (int i = 0; i < 150 && !discarded; ++i) {
     NotifyBatch batch;
     if (watch->Wait(100, &batch) == kErrorSuccess) discarded = batch.discarded;
   }
