@@ -78,6 +78,11 @@ int ListPrinters(bool as_json) {
     std::printf("%s\n", out.dump(2).c_str());
     return 0;
   }
+  if (printers.empty()) {
+    std::printf("No printers.\n");
+    return 0;
+  }
+  std::printf("%-24s %-10s  %-32s %s\n", "NAME", "STATUS", "PORT", "COMMENT");
   for (const PrinterInfo2& p : printers)
     std::printf("%-24s 0x%08X  %-32s %s\n", p.printer_name.c_str(), p.status,
                 p.port_name.c_str(), p.comment.c_str());
