@@ -62,96 +62,80 @@ uint32_t PrinterConfigurationFilter::SettingsMask(IPrinterConfigurationFilter& f
   return mask == 0 ? kAllSettings : mask;
 }
 
-HRESULT PrinterConfigurationFilter::GetSwitch(const char* member, size_t group, VARIANT_BOOL* out) {
-  return Member(member, [&] {
-    ClearOutput<VARIANT_BOOL>(out, VARIANT_FALSE);
-    OLock lock(critical_section());
-    *out = switches_[group];
-  });
-}
-
-HRESULT PrinterConfigurationFilter::PutSwitch(const char* member, size_t group,
-                                              VARIANT_BOOL value) {
-  return Member(member, [&] {
-    OLock lock(critical_section());
-    switches_[group] = value;
-  });
-}
-
 STDMETHODIMP PrinterConfigurationFilter::get_Stocks(VARIANT_BOOL* retStocks) {
-  return GetSwitch("PrinterConfigurationFilter::get_Stocks", kStocks, retStocks);
+  return GetField("PrinterConfigurationFilter::get_Stocks", switches_[kStocks], retStocks);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_Stocks(VARIANT_BOOL argStocks) {
-  return PutSwitch("PrinterConfigurationFilter::put_Stocks", kStocks, argStocks);
+  return PutField("PrinterConfigurationFilter::put_Stocks", switches_[kStocks], argStocks);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_Presets(VARIANT_BOOL* retPresets) {
-  return GetSwitch("PrinterConfigurationFilter::get_Presets", kPresets, retPresets);
+  return GetField("PrinterConfigurationFilter::get_Presets", switches_[kPresets], retPresets);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_Presets(VARIANT_BOOL argPresets) {
-  return PutSwitch("PrinterConfigurationFilter::put_Presets", kPresets, argPresets);
+  return PutField("PrinterConfigurationFilter::put_Presets", switches_[kPresets], argPresets);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_UtilityFonts(VARIANT_BOOL* retUtilityFonts) {
-  return GetSwitch("PrinterConfigurationFilter::get_UtilityFonts", kUtilityFonts, retUtilityFonts);
+  return GetField("PrinterConfigurationFilter::get_UtilityFonts", switches_[kUtilityFonts], retUtilityFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_UtilityFonts(VARIANT_BOOL argUtilityFonts) {
-  return PutSwitch("PrinterConfigurationFilter::put_UtilityFonts", kUtilityFonts, argUtilityFonts);
+  return PutField("PrinterConfigurationFilter::put_UtilityFonts", switches_[kUtilityFonts], argUtilityFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_FontSubstitutions(VARIANT_BOOL* retFontSubstitutions) {
-  return GetSwitch("PrinterConfigurationFilter::get_FontSubstitutions", kFontSubstitutions,
+  return GetField("PrinterConfigurationFilter::get_FontSubstitutions", switches_[kFontSubstitutions],
                    retFontSubstitutions);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_FontSubstitutions(VARIANT_BOOL argFontSubstitutions) {
-  return PutSwitch("PrinterConfigurationFilter::put_FontSubstitutions", kFontSubstitutions,
+  return PutField("PrinterConfigurationFilter::put_FontSubstitutions", switches_[kFontSubstitutions],
                    argFontSubstitutions);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_DownloadedFonts(VARIANT_BOOL* retDownloadedFonts) {
-  return GetSwitch("PrinterConfigurationFilter::get_DownloadedFonts", kDownloadedFonts,
+  return GetField("PrinterConfigurationFilter::get_DownloadedFonts", switches_[kDownloadedFonts],
                    retDownloadedFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_DownloadedFonts(VARIANT_BOOL argDownloadedFonts) {
-  return PutSwitch("PrinterConfigurationFilter::put_DownloadedFonts", kDownloadedFonts,
+  return PutField("PrinterConfigurationFilter::put_DownloadedFonts", switches_[kDownloadedFonts],
                    argDownloadedFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_OptionalFonts(VARIANT_BOOL* retOptionalFonts) {
-  return GetSwitch("PrinterConfigurationFilter::get_OptionalFonts", kOptionalFonts,
+  return GetField("PrinterConfigurationFilter::get_OptionalFonts", switches_[kOptionalFonts],
                    retOptionalFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_OptionalFonts(VARIANT_BOOL argOptionalFonts) {
-  return PutSwitch("PrinterConfigurationFilter::put_OptionalFonts", kOptionalFonts,
+  return PutField("PrinterConfigurationFilter::put_OptionalFonts", switches_[kOptionalFonts],
                    argOptionalFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrinterProperties(VARIANT_BOOL* retPrinterProperties) {
-  return GetSwitch("PrinterConfigurationFilter::get_PrinterProperties", kPrinterProperties,
+  return GetField("PrinterConfigurationFilter::get_PrinterProperties", switches_[kPrinterProperties],
                    retPrinterProperties);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrinterProperties(VARIANT_BOOL argPrinterProperties) {
-  return PutSwitch("PrinterConfigurationFilter::put_PrinterProperties", kPrinterProperties,
+  return PutField("PrinterConfigurationFilter::put_PrinterProperties", switches_[kPrinterProperties],
                    argPrinterProperties);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrintingPreferences(
     VARIANT_BOOL* retPrintingPreferences) {
-  return GetSwitch("PrinterConfigurationFilter::get_PrintingPreferences", kPrintingPreferences,
+  return GetField("PrinterConfigurationFilter::get_PrintingPreferences", switches_[kPrintingPreferences],
                    retPrintingPreferences);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrintingPreferences(
     VARIANT_BOOL argPrintingPreferences) {
-  return PutSwitch("PrinterConfigurationFilter::put_PrintingPreferences", kPrintingPreferences,
+  return PutField("PrinterConfigurationFilter::put_PrintingPreferences", switches_[kPrintingPreferences],
                    argPrintingPreferences);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_NetworkSettings(VARIANT_BOOL* retNetworkSettings) {
-  return GetSwitch("PrinterConfigurationFilter::get_NetworkSettings", kNetworkSettings,
+  return GetField("PrinterConfigurationFilter::get_NetworkSettings", switches_[kNetworkSettings],
                    retNetworkSettings);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_NetworkSettings(VARIANT_BOOL argNetworkSettings) {
-  return PutSwitch("PrinterConfigurationFilter::put_NetworkSettings", kNetworkSettings,
+  return PutField("PrinterConfigurationFilter::put_NetworkSettings", switches_[kNetworkSettings],
                    argNetworkSettings);
 }
 

@@ -52,8 +52,6 @@ class PrinterConfigurationFilter
   // One switch per row of the settings-group table, in its order.
   static constexpr size_t kGroupCount = 9;
 
-  HRESULT GetSwitch(const char* member, size_t group, VARIANT_BOOL* out);
-  HRESULT PutSwitch(const char* member, size_t group, VARIANT_BOOL value);
 
   std::array<VARIANT_BOOL, kGroupCount> switches_{};  // guarded by critical_section()
 };

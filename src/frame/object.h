@@ -82,6 +82,24 @@ class AutomationObject : public Stubs, public ISupportErrorInfo, public ObjectRo
     return frame.Run(std::function<void()>(std::forward<Body>(body)));
   }
 
+  // A property kept in one field of the object, read and written under its
+  // lock in the frame named `source`; a null out-pointer is "Invalid argument".
+  template <class T>
+  HRESULT GetField(const char* source, const T& field, T* out) {
+    return Member(source, [&] {
+      if (out == nullptr) Throw(kInvalidArgument);
+      OLock hold(critical_section());
+      *out = field;
+    });
+  }
+  template <class T>
+  HRESULT PutField(const char* source, T& field, T value) {
+    return Member(source, [&] {
+      OLock hold(critical_section());
+      field = value;
+    });
+  }
+
   // Objects bound to one printer or job throw their not-initialized error
   // here until they are bound; the others accept every call.
   virtual void CheckInitialized() {}

@@ -61,9 +61,6 @@ class CommandParameters
   static void WriteAnswers(ICommandParameters& parameters, const CommandAnswers& answers);
 
  private:
-  HRESULT GetFlag(const char* member, const VARIANT_BOOL& field, VARIANT_BOOL* out);
-  HRESULT PutFlag(const char* member, VARIANT_BOOL& field, VARIANT_BOOL value);
-
   // Guarded by critical_section().
   uint64_t parent_window_ = 0;
   VARIANT_BOOL execute_ = VARIANT_TRUE;

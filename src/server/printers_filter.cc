@@ -16,41 +16,25 @@ PrintersFilterSwitches PrintersFilter::Read(IPrintersFilter& filter) {
   return {local != VARIANT_FALSE, network != VARIANT_FALSE, shared != VARIANT_FALSE};
 }
 
-HRESULT PrintersFilter::GetSwitch(const char* member, const VARIANT_BOOL& field,
-                                  VARIANT_BOOL* out) {
-  return Member(member, [&] {
-    ClearOutput<VARIANT_BOOL>(out, VARIANT_FALSE);
-    OLock lock(critical_section());
-    *out = field;
-  });
-}
-
-HRESULT PrintersFilter::PutSwitch(const char* member, VARIANT_BOOL& field, VARIANT_BOOL value) {
-  return Member(member, [&] {
-    OLock lock(critical_section());
-    field = value;
-  });
-}
-
 STDMETHODIMP PrintersFilter::get_Local(VARIANT_BOOL* retLocal) {
-  return GetSwitch("PrintersFilter::get_Local", local_, retLocal);
+  return GetField("PrintersFilter::get_Local", local_, retLocal);
 }
 STDMETHODIMP PrintersFilter::put_Local(VARIANT_BOOL argLocal) {
-  return PutSwitch("PrintersFilter::put_Local", local_, argLocal);
+  return PutField("PrintersFilter::put_Local", local_, argLocal);
 }
 
 STDMETHODIMP PrintersFilter::get_Network(VARIANT_BOOL* retNetwork) {
-  return GetSwitch("PrintersFilter::get_Network", network_, retNetwork);
+  return GetField("PrintersFilter::get_Network", network_, retNetwork);
 }
 STDMETHODIMP PrintersFilter::put_Network(VARIANT_BOOL argNetwork) {
-  return PutSwitch("PrintersFilter::put_Network", network_, argNetwork);
+  return PutField("PrintersFilter::put_Network", network_, argNetwork);
 }
 
 STDMETHODIMP PrintersFilter::get_Shared(VARIANT_BOOL* retShared) {
-  return GetSwitch("PrintersFilter::get_Shared", shared_, retShared);
+  return GetField("PrintersFilter::get_Shared", shared_, retShared);
 }
 STDMETHODIMP PrintersFilter::put_Shared(VARIANT_BOOL argShared) {
-  return PutSwitch("PrintersFilter::put_Shared", shared_, argShared);
+  return PutField("PrintersFilter::put_Shared", shared_, argShared);
 }
 
 VANTREL_CLASS_CREATOR(PrintersFilter)

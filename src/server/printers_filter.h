@@ -34,9 +34,6 @@ class PrintersFilter : public frame::AutomationObject<IPrintersFilterStubs, IID_
   static PrintersFilterSwitches Read(IPrintersFilter& filter);
 
  private:
-  HRESULT GetSwitch(const char* member, const VARIANT_BOOL& field, VARIANT_BOOL* out);
-  HRESULT PutSwitch(const char* member, VARIANT_BOOL& field, VARIANT_BOOL value);
-
   // Guarded by critical_section().
   VARIANT_BOOL local_ = VARIANT_TRUE;
   VARIANT_BOOL network_ = VARIANT_TRUE;
