@@ -90,8 +90,8 @@ uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& con
   PrinterRegistry registry = RegistryFor(context, store_);
   const std::optional<uint32_t> stored = ReadNumber(registry, "NETWORK:XPML Server Port");
   std::optional<uint32_t> found;
-  if (!context.network_printer && hooks_.printer_data_port) {
-    found = hooks_.printer_data_port(context.printer);
+  if (!context.network_printer && context.server.empty()) {
+    found = ReadPrinterDataPort(context.printer);
   }
   if (!found) {
     const uint32_t port = stored.value_or(kDefaultXpmlServerPort);
@@ -109,6 +109,23 @@ uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& con
     }
   }
   return *found;
+}
+
+// The value is read into four bytes, so a longer one (a port written as text
+// with its terminator) does not count; a shorter one is zero-extended.
+std::optional<uint32_t> ClientUtility::ReadPrinterDataPort(const std::string& printer) const {
+  platform::Spooler& spooler = hooks_.spooler ? *hooks_.spooler : platform::DefaultSpooler();
+  std::unique_ptr<platform::SpoolerPrinter> handle;
+  if (spooler.Open(printer, platform::kPrinterAccessUse, &handle) != 0) return std::nullopt;
+  uint32_t type = 0;
+  std::vector<uint8_t> data;
+  if (handle->GetData("XPML Server Port", &type, &data) != 0) return std::nullopt;
+  if (type < platform::kRegSz || type > platform::kRegDword || data.size() > 4) {
+    return std::nullopt;
+  }
+  uint32_t port = 0;
+  for (size_t i = 0; i < data.size(); ++i) port |= static_cast<uint32_t>(data[i]) << (8 * i);
+  return port;
 }
 
 std::string ClientUtility::BuildRequest(const XpmlPrinterContext& context,

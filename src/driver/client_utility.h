@@ -13,6 +13,7 @@
 
 #include "driver/tcp_socket_manager.h"
 #include "platform/settings_store.h"
+#include "platform/spooler.h"
 
 namespace vantrel {
 
@@ -31,17 +32,20 @@ constexpr uint32_t kDefaultXpmlServerPort = 5130;
 // How long a reply may take once the request is sent.
 constexpr uint32_t kXpmlReplyTimeoutMs = 30000;
 
+// What a test replaces; empty members mean the process's own.
+struct ClientUtilityHooks {
+  // Where a local printer's data value "XPML Server Port" is read. Null:
+  // the process's spooler.
+  platform::Spooler* spooler = nullptr;
+  // Receives event lines. Null: the log "Marlock Client Utility V3".
+  std::function<void(uint32_t level, const std::string& line)> log;
+};
+
 class ClientUtility {
  public:
   static constexpr const char* kLogName = "Marlock Client Utility V3";
 
-  struct Hooks {
-    // The printer data value "XPML Server Port" of a local printer, or
-    // nothing when the spooler has none. Null: no lookup.
-    std::function<std::optional<uint32_t>(const std::string& printer)> printer_data_port;
-    // Receives event lines. Null: the log "Marlock Client Utility V3".
-    std::function<void(uint32_t level, const std::string& line)> log;
-  };
+  using Hooks = ClientUtilityHooks;
 
   // A null manager means the process's; a null store the process's store.
   explicit ClientUtility(std::shared_ptr<TCPSocketManager> manager = nullptr,
@@ -67,6 +71,7 @@ class ClientUtility {
   Settings ReadSettings(const XpmlPrinterContext& context);
   std::optional<std::string> Exchange(const Settings& settings, const std::string& request);
   std::string BuildRequest(const XpmlPrinterContext& context, std::string_view xpml);
+  std::optional<uint32_t> ReadPrinterDataPort(const std::string& printer) const;
   void Log(uint32_t level, const std::string& line) const;
 
   const std::shared_ptr<TCPSocketManager> manager_;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "driver/xpml_encoding.h"
+#include "fakes/fake_spooler.h"
 #include "fakes/fake_settings_store.h"
 #include "platform/clock.h"
 #include "platform/registry_value.h"
@@ -96,7 +97,8 @@ class ClientUtilityTest : public ::testing::Test {
       std::lock_guard<std::mutex> hold(mutex_);
       events_.push_back(line);
     };
-    client_hooks.printer_data_port = [this](const std::string&) { return data_port_; };
+    client_hooks.spooler = &spooler_;
+    spooler_.AddPrinter(context_.printer);
     client_ = std::make_unique<ClientUtility>(manager_, &store_, client_hooks);
   }
 
@@ -116,7 +118,7 @@ class ClientUtilityTest : public ::testing::Test {
   std::shared_ptr<TCPSocketManager> manager_;
   std::unique_ptr<ClientUtility> client_;
   XpmlPrinterContext context_{"Label Printer 1", {}, false};
-  std::optional<uint32_t> data_port_;
+  testing::FakeSpooler spooler_;
   std::mutex mutex_;
   std::vector<std::string> events_;
 };
@@ -207,17 +209,30 @@ TEST_F(ClientUtilityTest, PortDiscoveryStoresANewPortAndReportsAMissingOne) {
   EXPECT_EQ(events()[0],
             "ClientUtility::GetRefactoredTcpPortNumber: Unable to retrieve the XPML port "
             "number.  Defaulting to 5130");
-  data_port_ = 7001;
+  spooler_.SetData(context_.printer, "XPML Server Port", {0x59, 0x1b, 0, 0});
   EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7001u);
   EXPECT_EQ(registry().ReadDword("NETWORK:XPML Server Port"), 7001u);
   EXPECT_EQ(events().size(), 1u);
   store_.SetReadOnly(true);
-  data_port_ = 7002;
+  spooler_.SetData(context_.printer, "XPML Server Port", {0x5a, 0x1b});
   EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7002u);
   ASSERT_EQ(events().size(), 2u);
   EXPECT_EQ(events()[1].rfind("ClientUtility::GetRefactoredTcpPortNumber: Unable to save the "
                               "new XPML port number 7002: ", 0),
             0u);
+}
+
+// Only a local printer's own data counts, and only a value that fits the
+// four bytes it is read into.
+TEST_F(ClientUtilityTest, PortDiscoveryIgnoresRemoteContextsAndOversizedValues) {
+  SetNumber("NETWORK:XPML Server Port", 6001);
+  spooler_.SetData(context_.printer, "XPML Server Port", {'7', '0', '0', '1', 0});
+  EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 6001u);
+  spooler_.SetData(context_.printer, "XPML Server Port", {0x59, 0x1b, 0, 0});
+  XpmlPrinterContext shared = context_;
+  shared.network_printer = true;
+  EXPECT_EQ(client_->GetRefactoredTcpPortNumber(shared), 6001u);
+  EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7001u);
 }
 
 }  // namespace
