@@ -6,7 +6,7 @@ WINDOWS   := build-windows
 FUZZ      := build-fuzz
 CMAKE_GEN := -G Ninja -DPython3_EXECUTABLE=/usr/bin/python3
 
-.PHONY: demo test deps native windows fuzz test-asan test-tsan fuzz-long format tidy clean
+.PHONY: demo test deps native windows fuzz test-asan test-tsan fuzz-long bench format tidy clean
 
 demo: native
 	scripts/demo $(NATIVE)
@@ -44,6 +44,15 @@ test-tsan: deps
 # Each fuzz target for ten minutes instead of the short run of `make test`.
 fuzz-long: fuzz
 	scripts/run-fuzz $(FUZZ) 600
+
+# The benchmark ratios, each against its baseline measured in the same run.
+bench: native
+	scripts/bench-ratio $(NATIVE)/bin/xpml_encoding_bench \
+	  BM_Lz77CompressAndBase64Encode BM_ZlibCompress2Level6
+	scripts/bench-ratio $(NATIVE)/bin/xpml_round_trip_bench \
+	  BM_StateRequestOverKeptConnection BM_StateRequestOverNewConnection
+	scripts/bench-ratio $(NATIVE)/bin/spooler_list_bench \
+	  BM_SpoolerEnumPrinters2 BM_OneCupsGetPrintersRequest
 
 format:
 	git ls-files '*.h' '*.cc' | xargs clang-format -i
