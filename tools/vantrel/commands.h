@@ -10,6 +10,7 @@ void AddVersionCommand(CLI::App& app);
 void AddRegCommand(CLI::App& app);
 void AddRegisterCommands(CLI::App& app);
 void AddPrintersCommands(CLI::App& app);
+void AddXpmlCommand(CLI::App& app);
 
 // The exit status recorded by the command that ran.
 int ExitCode();
