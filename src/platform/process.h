@@ -28,6 +28,12 @@ class ChildProcess {
 long StartProcess(const std::string& program, const std::vector<std::string>& args,
                   std::unique_ptr<ChildProcess>* child);
 
+// This process's id.
+uint64_t CurrentProcessId();
+
+// Ends the process `id` at once, as a crash would. True when it was signalled.
+bool KillProcess(uint64_t id);
+
 // The full path of the running program; empty if the system cannot tell.
 std::string CurrentExecutablePath();
 

@@ -94,6 +94,10 @@ long StartProcess(const std::string& program, const std::vector<std::string>& ar
   return kErrorSuccess;
 }
 
+uint64_t CurrentProcessId() { return static_cast<uint64_t>(getpid()); }
+
+bool KillProcess(uint64_t id) { return kill(static_cast<pid_t>(id), SIGKILL) == 0; }
+
 std::string CurrentExecutablePath() {
   std::string path(256, '\0');
   for (;;) {

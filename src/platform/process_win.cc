@@ -100,6 +100,16 @@ long StartProcess(const std::string& program, const std::vector<std::string>& ar
   return kErrorSuccess;
 }
 
+uint64_t CurrentProcessId() { return GetCurrentProcessId(); }
+
+bool KillProcess(uint64_t id) {
+  HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(id));
+  if (process == nullptr) return false;
+  const bool ended = TerminateProcess(process, 137) != 0;
+  CloseHandle(process);
+  return ended;
+}
+
 std::string CurrentExecutablePath() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {

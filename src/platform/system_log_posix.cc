@@ -56,8 +56,9 @@ std::unique_ptr<SystemLog> OpenSystemLog(const std::string& source) {
 }
 
 void DebugOutput(std::string_view text) {
-  static const bool enabled = std::getenv("VANTREL_DEBUG_OUTPUT") != nullptr;
-  if (!enabled) return;
+  // Read at each call (debug lines are rare), so that switching it on in a
+  // running process takes effect.
+  if (std::getenv("VANTREL_DEBUG_OUTPUT") == nullptr) return;
   // One call per text keeps the lines of concurrent writers apart.
   std::string line(text);
   if (line.empty() || line.back() != '\n') line += '\n';

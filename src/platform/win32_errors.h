@@ -24,6 +24,7 @@ constexpr long kErrorAlreadyExists = 183;
 constexpr long kErrorMoreData = 234;
 constexpr long kErrorWaitTimeout = 258;
 constexpr long kErrorNoMoreItems = 259;
+constexpr long kErrorBrokenPipe = 109;
 constexpr long kErrorBadPathname = 161;
 constexpr long kErrorStillActive = 259;  // exit code of a running thread
 constexpr long kErrorBadDbFormat = 1004;  // ERROR_BADDB: the store file is damaged

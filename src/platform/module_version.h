@@ -1,0 +1,27 @@
+// A driver module's version table and whether this process can load it,
+// read from the file without loading it: the version resource on Windows, the
+// ".vantrel_version" section of an ELF file on Linux.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vantrel::platform {
+
+struct ModuleVersionInfo {
+  bool has_table = false;
+  uint16_t version[4] = {};  // major, minor, build, revision (the file version)
+  std::string product_version;
+  std::string build_date;  // the "Build Date" text
+};
+
+// 0 with `info` filled (has_table false when the module has none), or the
+// error of a file that cannot be read. Any thread.
+long ReadModuleVersion(const std::string& path, ModuleVersionInfo* info);
+
+// Whether the module must run in another process: on Windows when this is a
+// 32-bit process on 64-bit Windows (asked once per process), on Linux when
+// the module is built for another ELF class or machine. Any thread.
+bool ModuleNeedsHostProcess(const std::string& path);
+
+}  // namespace vantrel::platform

@@ -1,0 +1,185 @@
+#include "driver/driver_dll_proxy.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <string>
+
+#include "platform/clock.h"
+#include "platform/environment.h"
+#include "platform/module_version.h"
+#include "platform/process.h"
+#include "platform/registry_value.h"
+#include "support/registry.h"
+
+namespace vantrel {
+namespace {
+
+constexpr uint32_t kHoldAction = 9000;  // the sample module sleeps in it
+constexpr uint32_t kEchoAction = 9001;  // the sample module answers it at once
+
+// The modules are in the build's module folder, or beside this program.
+std::string SampleModule(const std::string& variant) {
+  std::string folder = SAMPLE_DRIVER_DIR;
+  if (folder.empty()) {
+    folder = std::filesystem::path(platform::CurrentExecutablePath()).parent_path().string();
+  }
+  return (std::filesystem::path(folder) / (variant + SAMPLE_DRIVER_SUFFIX)).string();
+}
+
+// One store for the whole suite, shared with the modules (loaded once per
+// process) and the module hosts (through VANTREL_HOME): each test uses
+// printers of its own.
+class DriverProxyTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    folder_ = new std::filesystem::path(std::filesystem::temp_directory_path() /
+                                        ("vantrel-proxy-" + std::to_string(
+                                                                platform::CurrentProcessId())));
+    std::filesystem::create_directories(*folder_);
+    platform::SetEnvironmentValue("VANTREL_HOME", folder_->string());
+    store_ = platform::OpenSettingsStoreAt(folder_->string()).release();
+  }
+  static void TearDownTestSuite() {
+    platform::RemoveEnvironmentValue("VANTREL_HOME");
+    delete store_;
+    std::filesystem::remove_all(*folder_);
+    delete folder_;
+  }
+  void SetUp() override { SetIsolation(false); }
+  void TearDown() override { SetIsolation(false); }
+
+  static void SetIsolation(bool on) {
+    PrinterRegistry registry("", {}, {}, {}, 0, store_);
+    ASSERT_EQ(registry.WriteDword("GLOBAL:Driver Isolation", on ? 1 : 0), 0);
+  }
+  static PrinterRegistry Settings(const std::string& printer) {
+    return PrinterRegistry(printer, {}, {}, {}, 0, store_);
+  }
+  static std::string TempFile(const std::string& name) { return (*folder_ / name).string(); }
+
+  static std::filesystem::path* folder_;
+  static platform::SettingsStore* store_;
+};
+
+std::filesystem::path* DriverProxyTest::folder_ = nullptr;
+platform::SettingsStore* DriverProxyTest::store_ = nullptr;
+
+TEST(DriverVersionKeyTest, YearMajorsCountAsTheirYear) {
+  const uint16_t twelve[4] = {12, 0, 0, 0}, year2017[4] = {2017, 0, 0, 0};
+  const uint16_t eleven[4] = {11, 0, 0, 0}, year2025[4] = {2025, 0, 0, 0};
+  const uint16_t below[4] = {7, 2, 2, 9}, threshold[4] = {7, 2, 3, 0}, revision[4] = {7, 2, 3, 1};
+  EXPECT_GT(DriverVersionKey(twelve), DriverVersionKey(year2017));
+  EXPECT_EQ(DriverVersionKey(eleven), DriverVersionKey(year2025));
+  EXPECT_LT(DriverVersionKey(below), DriverVersionKey(threshold));
+  EXPECT_LT(DriverVersionKey(threshold), DriverVersionKey(revision));
+}
+
+TEST_F(DriverProxyTest, VersionTablesAreReadWithoutLoadingTheModule) {
+  platform::ModuleVersionInfo info;
+  ASSERT_EQ(platform::ReadModuleVersion(SampleModule("sample-driver"), &info), 0);
+  ASSERT_TRUE(info.has_table);
+  EXPECT_EQ(std::vector<uint16_t>(info.version, info.version + 4),
+            (std::vector<uint16_t>{7, 2, 3, 0}));
+  EXPECT_EQ(info.product_version, "7.2.3.0");
+  EXPECT_EQ(info.build_date, "2026-11-20, 09:30:00");
+  ASSERT_EQ(platform::ReadModuleVersion(SampleModule("sample-driver-unversioned"), &info), 0);
+  EXPECT_FALSE(info.has_table);
+  EXPECT_NE(platform::ReadModuleVersion(SampleModule("no-such-module"), &info), 0);
+  EXPECT_FALSE(platform::ModuleNeedsHostProcess(SampleModule("sample-driver")));
+}
+
+TEST_F(DriverProxyTest, WithoutIsolationEveryModuleLoadsInProcess) {
+  DriverDLLProxy proxy(store_);
+  const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver"), "InProcess");
+  EXPECT_NE(handle, 0u);
+  EXPECT_FALSE(proxy.proxied());
+  EXPECT_EQ(proxy.ActionFlag(handle, 3), 1u);
+  EXPECT_EQ(proxy.ActionFlag(handle, 99), 0u);
+  EXPECT_EQ(proxy.ActionFlag(handle + 1, 3), 0u) << "a handle the module never gave";
+  proxy.Close(handle);
+  EXPECT_EQ(proxy.ActionFlag(handle, 3), 0u) << "closed";
+  EXPECT_EQ(DriverDLLProxy(store_).OpenModule("", "InProcess"), 0u);
+}
+
+TEST_F(DriverProxyTest, IsolationSendsOnlyNewVersionedModulesToTheHost) {
+  SetIsolation(true);
+  struct Case {
+    const char* module;
+    bool proxied;
+  } cases[] = {{"sample-driver", true},
+               {"sample-driver-7229", false},
+               {"sample-driver-unversioned", false}};
+  for (const Case& c : cases) {
+    DriverDLLProxy proxy(store_);
+    const uint64_t handle = proxy.OpenModule(SampleModule(c.module), "Isolated");
+    EXPECT_NE(handle, 0u) << c.module;
+    EXPECT_EQ(proxy.proxied(), c.proxied) << c.module;
+    EXPECT_EQ(proxy.ActionFlag(handle, 4), 1u) << c.module;
+    EXPECT_TRUE(proxy.Action(handle, kEchoAction)) << c.module;
+    proxy.Close(handle);
+  }
+}
+
+TEST_F(DriverProxyTest, ActionUIFallsBackToActionWhenTheModuleLacksIt) {
+  DriverDLLProxy proxy(store_);
+  const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver-no-action-ui"), "NoUI");
+  ASSERT_NE(handle, 0u);
+  EXPECT_TRUE(proxy.ActionUI(handle, 0x1234, kEchoAction));
+  EXPECT_FALSE(proxy.ActionUI(handle, 0x1234, 77)) << "no printer service to carry it to";
+}
+
+// Export, change, import and reset, through the host and in-process alike.
+TEST_F(DriverProxyTest, SettingsRoundTripThroughTheFileAndBackToDefaults) {
+  for (bool isolated : {true, false}) {
+    SetIsolation(isolated);
+    const std::string printer = isolated ? "Settings Host" : "Settings Local";
+    DriverDLLProxy proxy(store_);
+    const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver"), printer);
+    ASSERT_NE(handle, 0u);
+    ASSERT_EQ(proxy.proxied(), isolated);
+    proxy.SettingsReset(handle, 0);
+    EXPECT_EQ(Settings(printer).ReadDword("SETTINGS:Darkness"), 15u);
+    ASSERT_EQ(Settings(printer).WriteDword("SETTINGS:Darkness", 27), 0);
+    const std::string file = TempFile(printer + ".reg");
+    proxy.SettingsExport(handle, file, 0);
+    proxy.SettingsReset(handle, 0);
+    EXPECT_EQ(Settings(printer).ReadDword("SETTINGS:Darkness"), 15u);
+    proxy.SettingsImport(handle, file, 0);
+    EXPECT_EQ(Settings(printer).ReadDword("SETTINGS:Darkness"), 27u);
+    proxy.SettingsSave(handle);
+    proxy.SettingsSave(handle);
+    EXPECT_EQ(Settings(printer).ReadDword("SETTINGS:Save Count"), 2u);
+    proxy.Close(handle);
+  }
+}
+
+TEST_F(DriverProxyTest, AKilledHostFailsItsCallAndEveryLaterOne) {
+  SetIsolation(true);
+  const std::string printer = "Killed Host";
+  DriverDLLProxy proxy(store_);
+  const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver"), printer);
+  ASSERT_TRUE(proxy.proxied());
+  auto held = std::async(std::launch::async, [&] { return proxy.Action(handle, kHoldAction); });
+  std::optional<uint32_t> host;
+  for (int i = 0; i < 500 && !host; ++i) {
+    platform::SleepMilliseconds(20);
+    host = Settings(printer).ReadDword("SETTINGS:Host Process");
+  }
+  ASSERT_TRUE(host) << "the host never reached the held action";
+  ASSERT_TRUE(platform::KillProcess(*host));
+  EXPECT_FALSE(held.get());
+  EXPECT_EQ(proxy.ActionFlag(handle, 3), 0u);
+  EXPECT_FALSE(proxy.Action(handle, kEchoAction));
+  proxy.Close(handle);
+  // A new proxy starts a new host.
+  DriverDLLProxy again(store_);
+  const uint64_t second = again.OpenModule(SampleModule("sample-driver"), printer);
+  EXPECT_TRUE(again.proxied());
+  EXPECT_EQ(again.ActionFlag(second, 3), 1u);
+}
+
+}  // namespace
+}  // namespace vantrel
