@@ -60,8 +60,10 @@ class DriverDLLProxy {
 
   // Opens the printer's driver module (the printer data value "Kesto
   // Interface V3", else "Kesto Interface") and returns the driver's handle;
-  // 0 when there is none or it cannot be reached. Blocks while the module
-  // host starts.
+  // 0 when there is none or it cannot be reached. Raises OException
+  // "Internal STOP() issued." with the system's error when a module that
+  // might run apart has a version that cannot be read. Blocks while the
+  // module host starts.
   uint64_t Open(const std::string& printer_name);
   // The same for a module path given by the caller.
   uint64_t OpenModule(const std::string& module_path, const std::string& printer_name);
