@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/cups_connection_posix.h"
-#include "platform/cups_mapping_posix.h"
+#include "platform/cups/cups_connection_posix.h"
+#include "platform/cups/cups_mapping_posix.h"
 #include "platform/settings_store.h"
-#include "platform/spooler_cups_posix.h"
+#include "platform/cups/spooler_cups_posix.h"
 
 namespace {
 
@@ -63,8 +63,8 @@ Scheduler& TheScheduler() {
 }
 
 void BM_SpoolerEnumPrinters2(benchmark::State& state) {
-  auto spooler = vantrel::platform::OpenCupsSpooler(TheScheduler().server(),
-                                                    TheScheduler().store());
+  auto spooler =
+      vantrel::platform::OpenCupsSpooler(TheScheduler().server(), TheScheduler().store());
   std::vector<vantrel::platform::PrinterInfo2> printers;
   for (auto _ : state) {
     spooler->EnumPrinters2(vantrel::platform::kEnumLocal, &printers);

@@ -66,14 +66,13 @@ ClientUtility::Settings ClientUtility::ReadSettings(const XpmlPrinterContext& co
   Settings settings;
   {
     PrinterRegistry registry = RegistryFor(context, store_);
-    settings.enabled = ReadBool(registry, context.network_printer
-                                              ? "NETWORK:Network Communication"
-                                              : "NETWORK:TCP Enabled",
-                                true);
+    settings.enabled = ReadBool(
+        registry, context.network_printer ? "NETWORK:Network Communication" : "NETWORK:TCP Enabled",
+        true);
     settings.retries =
         ReadNumber(registry, "NETWORK:Connection Retries").value_or(kDefaultConnectionRetries);
-    settings.timeout_ms = ReadNumber(registry, "NETWORK:Connection Timeout")
-                              .value_or(kDefaultConnectionTimeoutMs);
+    settings.timeout_ms =
+        ReadNumber(registry, "NETWORK:Connection Timeout").value_or(kDefaultConnectionTimeoutMs);
     // The service runs beside the spooler that holds the printer.
     settings.host = context.server.empty() ? "localhost" : context.server;
     if (ReadBool(registry, "NETWORK:Server Address Override", false)) {
@@ -101,8 +100,8 @@ uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& con
     return port;
   }
   if (found != stored) {
-    const long error = registry.WriteValue("NETWORK:XPML Server Port",
-                                           platform::MakeDwordValue(*found));
+    const long error =
+        registry.WriteValue("NETWORK:XPML Server Port", platform::MakeDwordValue(*found));
     if (error != 0) {
       Log(kLogErrors, std::string(kFunction) + "Unable to save the new XPML port number " +
                           std::to_string(*found) + ": " + std::to_string(error));
@@ -128,8 +127,7 @@ std::optional<uint32_t> ClientUtility::ReadPrinterDataPort(const std::string& pr
   return port;
 }
 
-std::string ClientUtility::BuildRequest(const XpmlPrinterContext& context,
-                                        std::string_view xpml) {
+std::string ClientUtility::BuildRequest(const XpmlPrinterContext& context, std::string_view xpml) {
   uint32_t transaction;
   {
     std::lock_guard<std::mutex> hold(mutex_);

@@ -55,8 +55,7 @@ class ClientUtility {
   // switched off, no connection could be made within the configured attempts
   // and time-outs, or the reply was not a complete "200" answer within its
   // bounds. Blocks for the exchange; any thread.
-  std::optional<std::string> SendReceive(const XpmlPrinterContext& context,
-                                         std::string_view xpml);
+  std::optional<std::string> SendReceive(const XpmlPrinterContext& context, std::string_view xpml);
 
   // The service's port: "NETWORK:XPML Server Port" (5130 when absent),
   // replaced by the printer's own "XPML Server Port" data value when it has
@@ -78,8 +77,8 @@ class ClientUtility {
   platform::SettingsStore* const store_;
   const Hooks hooks_;
   mutable std::mutex mutex_;
-  uint32_t next_transaction_ = 1;      // guarded by mutex_
-  std::string last_transaction_id_;    // guarded by mutex_
+  uint32_t next_transaction_ = 1;    // guarded by mutex_
+  std::string last_transaction_id_;  // guarded by mutex_
 };
 
 }  // namespace vantrel

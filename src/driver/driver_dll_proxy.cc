@@ -107,9 +107,9 @@ void DriverDLLProxy::PutPipeData(const void* bytes, size_t size) {
   size_t written = 0;
   const long error = pipe_->Write(bytes, size, &written);
   if (error != 0 || written != size) {
-    platform::DebugOutput("DriverDLLProxy::PutPipeData() failed: bytesToWrite=" +
-                          std::to_string(size) + ";bytesWritten=" + std::to_string(written) +
-                          ";GetLastError()=" + std::to_string(error));
+    platform::DebugOutput(
+        "DriverDLLProxy::PutPipeData() failed: bytesToWrite=" + std::to_string(size) +
+        ";bytesWritten=" + std::to_string(written) + ";GetLastError()=" + std::to_string(error));
     throw DriverProxyException_WriteFailed();
   }
 }

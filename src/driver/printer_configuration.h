@@ -9,11 +9,14 @@
 
 namespace vantrel {
 
-class PrinterConfiguration : public frame::AutomationObject<IPrinterConfigurationStubs, IID_IPrinterConfiguration, CLSID_PrinterConfiguration> {
+class PrinterConfiguration
+    : public frame::AutomationObject<IPrinterConfigurationStubs, IID_IPrinterConfiguration,
+                                     CLSID_PrinterConfiguration> {
  protected:
   // Every member but Initialize refuses to work until the object is bound.
   void CheckInitialized() override {
-    if (!initialized_.load(std::memory_order_acquire)) frame::Throw(frame::kPrinterConfigurationNotInitialized);
+    if (!initialized_.load(std::memory_order_acquire))
+      frame::Throw(frame::kPrinterConfigurationNotInitialized);
   }
 
  private:

@@ -77,66 +77,68 @@ STDMETHODIMP PrinterConfigurationFilter::put_Presets(VARIANT_BOOL argPresets) {
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_UtilityFonts(VARIANT_BOOL* retUtilityFonts) {
-  return GetField("PrinterConfigurationFilter::get_UtilityFonts", switches_[kUtilityFonts], retUtilityFonts);
+  return GetField("PrinterConfigurationFilter::get_UtilityFonts", switches_[kUtilityFonts],
+                  retUtilityFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_UtilityFonts(VARIANT_BOOL argUtilityFonts) {
-  return PutField("PrinterConfigurationFilter::put_UtilityFonts", switches_[kUtilityFonts], argUtilityFonts);
+  return PutField("PrinterConfigurationFilter::put_UtilityFonts", switches_[kUtilityFonts],
+                  argUtilityFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_FontSubstitutions(VARIANT_BOOL* retFontSubstitutions) {
-  return GetField("PrinterConfigurationFilter::get_FontSubstitutions", switches_[kFontSubstitutions],
-                   retFontSubstitutions);
+  return GetField("PrinterConfigurationFilter::get_FontSubstitutions",
+                  switches_[kFontSubstitutions], retFontSubstitutions);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_FontSubstitutions(VARIANT_BOOL argFontSubstitutions) {
-  return PutField("PrinterConfigurationFilter::put_FontSubstitutions", switches_[kFontSubstitutions],
-                   argFontSubstitutions);
+  return PutField("PrinterConfigurationFilter::put_FontSubstitutions",
+                  switches_[kFontSubstitutions], argFontSubstitutions);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_DownloadedFonts(VARIANT_BOOL* retDownloadedFonts) {
   return GetField("PrinterConfigurationFilter::get_DownloadedFonts", switches_[kDownloadedFonts],
-                   retDownloadedFonts);
+                  retDownloadedFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_DownloadedFonts(VARIANT_BOOL argDownloadedFonts) {
   return PutField("PrinterConfigurationFilter::put_DownloadedFonts", switches_[kDownloadedFonts],
-                   argDownloadedFonts);
+                  argDownloadedFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_OptionalFonts(VARIANT_BOOL* retOptionalFonts) {
   return GetField("PrinterConfigurationFilter::get_OptionalFonts", switches_[kOptionalFonts],
-                   retOptionalFonts);
+                  retOptionalFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_OptionalFonts(VARIANT_BOOL argOptionalFonts) {
   return PutField("PrinterConfigurationFilter::put_OptionalFonts", switches_[kOptionalFonts],
-                   argOptionalFonts);
+                  argOptionalFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrinterProperties(VARIANT_BOOL* retPrinterProperties) {
-  return GetField("PrinterConfigurationFilter::get_PrinterProperties", switches_[kPrinterProperties],
-                   retPrinterProperties);
+  return GetField("PrinterConfigurationFilter::get_PrinterProperties",
+                  switches_[kPrinterProperties], retPrinterProperties);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrinterProperties(VARIANT_BOOL argPrinterProperties) {
-  return PutField("PrinterConfigurationFilter::put_PrinterProperties", switches_[kPrinterProperties],
-                   argPrinterProperties);
+  return PutField("PrinterConfigurationFilter::put_PrinterProperties",
+                  switches_[kPrinterProperties], argPrinterProperties);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrintingPreferences(
     VARIANT_BOOL* retPrintingPreferences) {
-  return GetField("PrinterConfigurationFilter::get_PrintingPreferences", switches_[kPrintingPreferences],
-                   retPrintingPreferences);
+  return GetField("PrinterConfigurationFilter::get_PrintingPreferences",
+                  switches_[kPrintingPreferences], retPrintingPreferences);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrintingPreferences(
     VARIANT_BOOL argPrintingPreferences) {
-  return PutField("PrinterConfigurationFilter::put_PrintingPreferences", switches_[kPrintingPreferences],
-                   argPrintingPreferences);
+  return PutField("PrinterConfigurationFilter::put_PrintingPreferences",
+                  switches_[kPrintingPreferences], argPrintingPreferences);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_NetworkSettings(VARIANT_BOOL* retNetworkSettings) {
   return GetField("PrinterConfigurationFilter::get_NetworkSettings", switches_[kNetworkSettings],
-                   retNetworkSettings);
+                  retNetworkSettings);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_NetworkSettings(VARIANT_BOOL argNetworkSettings) {
   return PutField("PrinterConfigurationFilter::put_NetworkSettings", switches_[kNetworkSettings],
-                   argNetworkSettings);
+                  argNetworkSettings);
 }
 
 VANTREL_CLASS_CREATOR(PrinterConfigurationFilter)

@@ -52,7 +52,6 @@ class PrinterConfigurationFilter
   // One switch per row of the settings-group table, in its order.
   static constexpr size_t kGroupCount = 9;
 
-
   std::array<VARIANT_BOOL, kGroupCount> switches_{};  // guarded by critical_section()
 };
 

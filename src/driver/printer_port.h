@@ -9,11 +9,13 @@
 
 namespace vantrel {
 
-class PrinterPort : public frame::AutomationObject<IPrinterPortStubs, IID_IPrinterPort, CLSID_PrinterPort> {
+class PrinterPort
+    : public frame::AutomationObject<IPrinterPortStubs, IID_IPrinterPort, CLSID_PrinterPort> {
  protected:
   // Every member but Initialize refuses to work until the object is bound.
   void CheckInitialized() override {
-    if (!initialized_.load(std::memory_order_acquire)) frame::Throw(frame::kPrinterPortNotInitialized);
+    if (!initialized_.load(std::memory_order_acquire))
+      frame::Throw(frame::kPrinterPortNotInitialized);
   }
 
  private:

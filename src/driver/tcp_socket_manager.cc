@@ -38,7 +38,8 @@ TCPSocketManagerHooks TCPSocketManagerHooks::Platform() {
   hooks.is_alive = [](platform::SocketHandle socket) { return platform::IsSocketAlive(socket); };
   hooks.log = [](uint32_t level, const std::string& line) {
     static OEventLogBase* log = [] {
-      auto* created = new OEventLogBase(TCPSocketManager::kLogName);  // lives as long as the process
+      auto* created =
+          new OEventLogBase(TCPSocketManager::kLogName);  // lives as long as the process
       created->LoadMask();
       return created;
     }();
@@ -47,9 +48,12 @@ TCPSocketManagerHooks TCPSocketManagerHooks::Platform() {
   return hooks;
 }
 
-TCPSocketEntry::TCPSocketEntry(uint32_t id, std::string host, uint32_t port,
-                               uint64_t owner_thread, uint32_t retries)
-    : id_(id), host_(std::move(host)), port_(port), owner_thread_(owner_thread),
+TCPSocketEntry::TCPSocketEntry(uint32_t id, std::string host, uint32_t port, uint64_t owner_thread,
+                               uint32_t retries)
+    : id_(id),
+      host_(std::move(host)),
+      port_(port),
+      owner_thread_(owner_thread),
       retries_(retries) {}
 
 TCPSocketEntry::~TCPSocketEntry() { platform::CloseSocket(socket_); }
@@ -113,10 +117,9 @@ std::shared_ptr<TCPSocketEntry> TCPSocketManager::TakeOwnEntry(std::string_view 
 }
 
 std::shared_ptr<TCPSocketEntry> TCPSocketManager::GetSocketEntry(std::string_view host,
-                                                                 uint32_t port,
-                                                                 uint32_t retries,
-                                                                 uint32_t timeout_ms,
-                                                                 long* error, bool* reused) {
+                                                                 uint32_t port, uint32_t retries,
+                                                                 uint32_t timeout_ms, long* error,
+                                                                 bool* reused) {
   *error = 0;
   if (reused != nullptr) *reused = false;
   if (auto entry = TakeOwnEntry(host, port)) {
@@ -141,16 +144,16 @@ std::shared_ptr<TCPSocketEntry> TCPSocketManager::GetSocketEntry(std::string_vie
   return CreateEntry(host, port, retries, timeout_ms, error);
 }
 
-std::shared_ptr<TCPSocketEntry> TCPSocketManager::CreateEntry(std::string_view host,
-                                                              uint32_t port, uint32_t retries,
-                                                              uint32_t timeout_ms, long* error) {
+std::shared_ptr<TCPSocketEntry> TCPSocketManager::CreateEntry(std::string_view host, uint32_t port,
+                                                              uint32_t retries, uint32_t timeout_ms,
+                                                              long* error) {
   uint32_t id;
   {
     std::lock_guard<std::mutex> hold(mutex_);
     id = next_id_++;
   }
-  auto entry = std::make_shared<TCPSocketEntry>(id, std::string(host), port, hooks_.thread_id(),
-                                                retries);
+  auto entry =
+      std::make_shared<TCPSocketEntry>(id, std::string(host), port, hooks_.thread_id(), retries);
   platform::SocketHandle socket = platform::kInvalidSocket;
   *error = hooks_.connect(host, port, timeout_ms, retries + 1, &socket);
   if (*error != 0) {
@@ -312,8 +315,8 @@ void TCPLazyCloseThread::Run() {
     const bool terminated = WaitForTerminate(wait);
     std::shared_ptr<TCPSocketManager> manager = manager_.lock();
     if (!manager) return;
-    manager->Log(kLogDetailInfo, terminated ? "Unblocked due to _hTerminateEvent"
-                                            : "Unblocked due to timeout");
+    manager->Log(kLogDetailInfo,
+                 terminated ? "Unblocked due to _hTerminateEvent" : "Unblocked due to timeout");
     if (terminated) break;
   }
   if (auto manager = manager_.lock()) manager->CloserEnded(this);
@@ -343,16 +346,16 @@ long TCPSocketWithReUse::Connect(std::string_view host, uint32_t port, uint32_t 
 void TCPSocketWithReUse::SetSendTimeout(uint32_t ms) {
   send_timeout_ms_ = ms;
   if (entry_) {
-    manager_->Log(kLogDetailInfo, "SetSendTimeout ID: " + entry_->IdText() + ", " +
-                                      std::to_string(ms));
+    manager_->Log(kLogDetailInfo,
+                  "SetSendTimeout ID: " + entry_->IdText() + ", " + std::to_string(ms));
   }
 }
 
 void TCPSocketWithReUse::SetReceiveTimeout(uint32_t ms) {
   receive_timeout_ms_ = ms;
   if (entry_) {
-    manager_->Log(kLogDetailInfo, "SetReceiveTimeout ID: " + entry_->IdText() + ", " +
-                                      std::to_string(ms));
+    manager_->Log(kLogDetailInfo,
+                  "SetReceiveTimeout ID: " + entry_->IdText() + ", " + std::to_string(ms));
   }
 }
 

@@ -66,8 +66,8 @@ struct TCPSocketManagerHooks {
   // The calling thread's id.
   std::function<uint64_t()> thread_id;
   // Opens a connection: attempts, time-out per attempt; a socket error number.
-  std::function<long(std::string_view host, uint32_t port, uint32_t timeout_ms,
-                     uint32_t attempts, platform::SocketHandle* socket)>
+  std::function<long(std::string_view host, uint32_t port, uint32_t timeout_ms, uint32_t attempts,
+                     platform::SocketHandle* socket)>
       connect;
   // The liveness probe.
   std::function<bool(platform::SocketHandle)> is_alive;
@@ -104,8 +104,8 @@ class TCPSocketManager : public std::enable_shared_from_this<TCPSocketManager> {
   // when given, tells whether a kept connection was handed back. Blocks
   // while connecting; any thread.
   std::shared_ptr<TCPSocketEntry> GetSocketEntry(std::string_view host, uint32_t port,
-                                                 uint32_t retries, uint32_t timeout_ms,
-                                                 long* error, bool* reused = nullptr);
+                                                 uint32_t retries, uint32_t timeout_ms, long* error,
+                                                 bool* reused = nullptr);
   // Puts an entry whose exchange completed into the idle queue for
   // kIdleLifetimeMs. Any thread.
   void MoveToIdle(const std::shared_ptr<TCPSocketEntry>& entry);

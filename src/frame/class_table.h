@@ -29,7 +29,7 @@ const ClassEntry* FindClass(REFCLSID clsid);
 }  // namespace vantrel::frame
 
 // Each class's .cc defines its creator with VANTREL_CLASS_CREATOR(Class).
-#define VANTREL_CLASS_CREATOR(Class)                                     \
-  HRESULT Create##Class(IUnknown* outer, REFIID iid, void** out) {       \
-    return ::vantrel::frame::CreateInstance<Class>(outer, iid, out);     \
+#define VANTREL_CLASS_CREATOR(Class)                                 \
+  HRESULT Create##Class(IUnknown* outer, REFIID iid, void** out) {   \
+    return ::vantrel::frame::CreateInstance<Class>(outer, iid, out); \
   }

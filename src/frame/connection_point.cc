@@ -150,8 +150,8 @@ void ConnectionPoint::Fire(DISPID dispid, EventArguments& arguments) {
     if (sink == nullptr) continue;
     VARIANT result;
     VariantInit(&result);
-    sink->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params, &result,
-                 nullptr, nullptr);
+    sink->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params, &result, nullptr,
+                 nullptr);
     VariantClear(&result);
     sink->Release();
   }

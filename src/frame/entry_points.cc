@@ -8,9 +8,7 @@
 
 extern "C" {
 
-HRESULT DllCanUnloadNow() {
-  return vantrel::frame::Module().LockCount() == 0 ? S_OK : S_FALSE;
-}
+HRESULT DllCanUnloadNow() { return vantrel::frame::Module().LockCount() == 0 ? S_OK : S_FALSE; }
 
 HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** out) {
   return vantrel::frame::GetClassObject(clsid, iid, out);

@@ -177,14 +177,12 @@ HRESULT CreateVariantEnumerator(const std::vector<VARIANT>& items, IEnumVARIANT*
 
 HRESULT CreateConnectionPointEnumerator(const std::vector<IConnectionPoint*>& points,
                                         IEnumConnectionPoints** out) {
-  return MakeEnumerator<IEnumConnectionPoints, IID_IEnumConnectionPoints, PointItems>(points,
-                                                                                      out);
+  return MakeEnumerator<IEnumConnectionPoints, IID_IEnumConnectionPoints, PointItems>(points, out);
 }
 
 HRESULT CreateConnectionEnumerator(const std::vector<CONNECTDATA>& connections,
                                    IEnumConnections** out) {
-  return MakeEnumerator<IEnumConnections, IID_IEnumConnections, ConnectionItems>(connections,
-                                                                                 out);
+  return MakeEnumerator<IEnumConnections, IID_IEnumConnections, ConnectionItems>(connections, out);
 }
 
 }  // namespace vantrel::frame

@@ -40,8 +40,7 @@ inline constexpr KestoError kJobStatusNotInitialized{ToResultCode(0x80042300),
                                                      "JobStatus object not initialized"};
 inline constexpr KestoError kJobScheduleNotInitialized{ToResultCode(0x80042400),
                                                        "JobSchedule object not initialized"};
-inline constexpr KestoError kFeatureNotSupported{ToResultCode(0x80042801),
-                                                 "Feature not supported"};
+inline constexpr KestoError kFeatureNotSupported{ToResultCode(0x80042801), "Feature not supported"};
 
 [[noreturn]] inline void Throw(const KestoError& error) {
   throw KestoException(error.code, error.text);

@@ -21,9 +21,9 @@ HRESULT NamesThroughTypeInfo(REFIID iid, LPOLESTR* names, UINT count, DISPID* id
   return info->GetIDsOfNames(names, count, ids);
 }
 
-HRESULT InvokeThroughTypeInfo(REFIID iid, void* instance, DISPID member, REFIID riid,
-                              WORD flags, DISPPARAMS* params, VARIANT* result,
-                              EXCEPINFO* exception, UINT* argument_error) {
+HRESULT InvokeThroughTypeInfo(REFIID iid, void* instance, DISPID member, REFIID riid, WORD flags,
+                              DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
+                              UINT* argument_error) {
   if (!IsEqualIID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
   ComPtr<ITypeInfo> info;
   const HRESULT hr = LoadInterfaceTypeInfo(iid, info.Receive());

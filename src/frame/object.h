@@ -25,9 +25,9 @@ namespace vantrel::frame {
 
 // Serves IDispatch for `iid` from its type information. `instance` is the
 // interface pointer the type information calls into.
-HRESULT InvokeThroughTypeInfo(REFIID iid, void* instance, DISPID member, REFIID riid,
-                              WORD flags, DISPPARAMS* params, VARIANT* result,
-                              EXCEPINFO* exception, UINT* argument_error);
+HRESULT InvokeThroughTypeInfo(REFIID iid, void* instance, DISPID member, REFIID riid, WORD flags,
+                              DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
+                              UINT* argument_error);
 HRESULT NamesThroughTypeInfo(REFIID iid, LPOLESTR* names, UINT count, DISPID* ids);
 HRESULT TypeInfoAt(REFIID iid, UINT index, ITypeInfo** out);
 

@@ -23,8 +23,8 @@ class ClassesRootWriter {
   // the key; an empty `name` with null `text` only creates the key.
   long Set(const std::string& key, const char* name, const char* text) {
     std::unique_ptr<platform::SettingsKey> handle;
-    long error = store_.CreateKey(RegistryRoot::kClassesRoot, key, platform::kKeyReadWrite,
-                                  &handle);
+    long error =
+        store_.CreateKey(RegistryRoot::kClassesRoot, key, platform::kKeyReadWrite, &handle);
     if (error != platform::kErrorSuccess || text == nullptr) return error;
     return handle->SetValue(name, platform::MakeStringValue(text));
   }

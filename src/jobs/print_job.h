@@ -9,7 +9,8 @@
 
 namespace vantrel {
 
-class PrintJob : public frame::EventSourceObject<IPrintJobStubs, IID_IPrintJob, CLSID_PrintJob, DIID__IPrintJobEvents> {
+class PrintJob : public frame::EventSourceObject<IPrintJobStubs, IID_IPrintJob, CLSID_PrintJob,
+                                                 DIID__IPrintJobEvents> {
  protected:
   // Every member but Initialize refuses to work until the object is bound.
   void CheckInitialized() override {

@@ -9,11 +9,14 @@
 
 namespace vantrel {
 
-class PrintJobSchedule : public frame::AutomationObject<IPrintJobScheduleStubs, IID_IPrintJobSchedule, CLSID_PrintJobSchedule> {
+class PrintJobSchedule
+    : public frame::AutomationObject<IPrintJobScheduleStubs, IID_IPrintJobSchedule,
+                                     CLSID_PrintJobSchedule> {
  protected:
   // Every member but Initialize refuses to work until the object is bound.
   void CheckInitialized() override {
-    if (!initialized_.load(std::memory_order_acquire)) frame::Throw(frame::kJobScheduleNotInitialized);
+    if (!initialized_.load(std::memory_order_acquire))
+      frame::Throw(frame::kJobScheduleNotInitialized);
   }
 
  private:

@@ -9,11 +9,13 @@
 
 namespace vantrel {
 
-class PrintJobStatus : public frame::AutomationObject<IPrintJobStatusStubs, IID_IPrintJobStatus, CLSID_PrintJobStatus> {
+class PrintJobStatus : public frame::AutomationObject<IPrintJobStatusStubs, IID_IPrintJobStatus,
+                                                      CLSID_PrintJobStatus> {
  protected:
   // Every member but Initialize refuses to work until the object is bound.
   void CheckInitialized() override {
-    if (!initialized_.load(std::memory_order_acquire)) frame::Throw(frame::kJobStatusNotInitialized);
+    if (!initialized_.load(std::memory_order_acquire))
+      frame::Throw(frame::kJobStatusNotInitialized);
   }
 
  private:

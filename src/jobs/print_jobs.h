@@ -7,6 +7,7 @@
 
 namespace vantrel {
 
-class PrintJobs : public frame::AutomationObject<IPrintJobsStubs, IID_IPrintJobs, CLSID_PrintJobs> {};
+class PrintJobs : public frame::AutomationObject<IPrintJobsStubs, IID_IPrintJobs, CLSID_PrintJobs> {
+};
 
 }  // namespace vantrel

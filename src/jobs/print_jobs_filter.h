@@ -7,6 +7,7 @@
 
 namespace vantrel {
 
-class PrintJobsFilter : public frame::AutomationObject<IPrintJobsFilterStubs, IID_IPrintJobsFilter, CLSID_PrintJobsFilter> {};
+class PrintJobsFilter : public frame::AutomationObject<IPrintJobsFilterStubs, IID_IPrintJobsFilter,
+                                                       CLSID_PrintJobsFilter> {};
 
 }  // namespace vantrel

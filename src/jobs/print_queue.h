@@ -8,6 +8,7 @@
 
 namespace vantrel {
 
-class PrintQueue : public frame::EventSourceObject<IPrintQueueStubs, IID_IPrintQueue, CLSID_PrintQueue, DIID__IPrintQueueEvents> {};
+class PrintQueue : public frame::EventSourceObject<IPrintQueueStubs, IID_IPrintQueue,
+                                                   CLSID_PrintQueue, DIID__IPrintQueueEvents> {};
 
 }  // namespace vantrel

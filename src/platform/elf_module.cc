@@ -51,7 +51,8 @@ bool ParseTable(std::string_view bytes, ElfModuleFacts* facts) {
   // Padding after the last pair shows up as empty texts.
   while (!texts.empty() && texts.back().empty()) texts.pop_back();
   if (texts.size() % 2 != 0) return false;
-  for (size_t i = 0; i < texts.size(); i += 2) facts->version_texts.emplace_back(texts[i], texts[i + 1]);
+  for (size_t i = 0; i < texts.size(); i += 2)
+    facts->version_texts.emplace_back(texts[i], texts[i + 1]);
   facts->has_version_table = true;
   return true;
 }
@@ -60,7 +61,11 @@ bool ParseTable(std::string_view bytes, ElfModuleFacts* facts) {
 
 bool ParseElfModule(std::string_view file, ElfModuleFacts* facts) {
   *facts = ElfModuleFacts{};
-  if (file.size() < kIdentSize || std::memcmp(file.data(), "\x7F" "ELF", 4) != 0) return false;
+  if (file.size() < kIdentSize || std::memcmp(file.data(),
+                                              "\x7F"
+                                              "ELF",
+                                              4) != 0)
+    return false;
   // Only little-endian files are read; a big-endian one cannot load here anyway.
   if (file[5] != 1) return false;
   facts->elf_class = static_cast<uint8_t>(file[4]);
@@ -83,8 +88,8 @@ bool ParseElfModule(std::string_view file, ElfModuleFacts* facts) {
     Section section;
     if (!ReadSection(file, layout, shoff + i * shentsize, &section)) return true;
     if (section.name >= names.size) continue;
-    const std::string_view name_area = file.substr(names.offset + section.name,
-                                                   names.size - section.name);
+    const std::string_view name_area =
+        file.substr(names.offset + section.name, names.size - section.name);
     if (name_area.substr(0, name_area.find('\0')) != wanted) continue;
     ParseTable(file.substr(section.offset, section.size), facts);
     return true;

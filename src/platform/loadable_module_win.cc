@@ -1,3 +1,4 @@
+#include "platform/platform_error.h"
 #include "platform/loadable_module.h"
 
 #include <windows.h>

@@ -16,8 +16,8 @@ using IsWow64ProcessFunction = BOOL(WINAPI*)(HANDLE, PBOOL);
 bool IsWow64() {
   static const bool wow64 = [] {
     HMODULE kernel = GetModuleHandleW(L"kernel32.dll");
-    const auto is_wow64 = kernel ? reinterpret_cast<IsWow64ProcessFunction>(
-                                       reinterpret_cast<void*>(GetProcAddress(kernel, "IsWow64Process")))
+    const auto is_wow64 = kernel ? reinterpret_cast<IsWow64ProcessFunction>(reinterpret_cast<void*>(
+                                       GetProcAddress(kernel, "IsWow64Process")))
                                  : nullptr;
     BOOL answer = FALSE;
     return is_wow64 != nullptr && is_wow64(GetCurrentProcess(), &answer) && answer;

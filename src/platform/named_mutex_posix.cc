@@ -13,6 +13,7 @@
 // each name once (a table by name) and lets one thread at a time take the
 // file lock; the threads of one process queue on an in-process gate that also
 // counts the owner's recursion.
+#include "platform/platform_error.h"
 #include "platform/named_mutex.h"
 
 #include <fcntl.h>

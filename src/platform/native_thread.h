@@ -36,9 +36,4 @@ long StartNativeThread(std::function<void()> body, std::unique_ptr<NativeThread>
 
 uint64_t CurrentThreadId();
 
-// The calling thread's last platform error, as a Windows error number
-// (GetLastError; errno translated on Linux), and the system's text for one.
-long LastPlatformError();
-std::string PlatformErrorMessage(long error);
-
 }  // namespace vantrel::platform

@@ -1,3 +1,4 @@
+#include "platform/platform_error.h"
 #include "platform/platform_error_posix.h"
 
 #include <string.h>

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "platform/wide_text_win.h"
 

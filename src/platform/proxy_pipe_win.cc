@@ -89,7 +89,8 @@ class HandleStream : public ProxyPipeServer {
     char* next = static_cast<char*>(bytes);
     while (*read < size) {
       DWORD done = 0;
-      const BOOL ok = ReadFile(pipe_, next + *read, static_cast<DWORD>(size - *read), &done, nullptr);
+      const BOOL ok =
+          ReadFile(pipe_, next + *read, static_cast<DWORD>(size - *read), &done, nullptr);
       *read += done;
       // Part of a longer message is still data for a byte-stream reader.
       if (!ok && GetLastError() != ERROR_MORE_DATA) return static_cast<long>(GetLastError());
@@ -106,9 +107,10 @@ class HandleStream : public ProxyPipeServer {
 }  // namespace
 
 long CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* server) {
-  const HANDLE pipe = CreateNamedPipeW(
-      Widen(name).c_str(), PIPE_ACCESS_DUPLEX, PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
-      255, kPipeBufferBytes, kPipeBufferBytes, kProxyConnectTimeoutMs, nullptr);
+  const HANDLE pipe =
+      CreateNamedPipeW(Widen(name).c_str(), PIPE_ACCESS_DUPLEX,
+                       PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT, 255, kPipeBufferBytes,
+                       kPipeBufferBytes, kProxyConnectTimeoutMs, nullptr);
   if (pipe == nullptr || pipe == INVALID_HANDLE_VALUE) return static_cast<long>(GetLastError());
   *server = std::make_unique<HandleStream>(pipe, true);
   return kErrorSuccess;

@@ -91,7 +91,13 @@ constexpr uint32_t kJobStatusRetained = 0x2000;
 enum class PrinterControl : uint32_t { kPause = 1, kResume = 2, kPurge = 3 };
 // Job control codes (JOB_CONTROL_*).
 enum class JobControl : uint32_t {
-  kPause = 1, kResume = 2, kCancel = 3, kRestart = 4, kDelete = 5, kRetain = 8, kRelease = 9
+  kPause = 1,
+  kResume = 2,
+  kCancel = 3,
+  kRestart = 4,
+  kDelete = 5,
+  kRetain = 8,
+  kRelease = 9
 };
 
 // EnumPrinters flags (PRINTER_ENUM_*).
@@ -102,10 +108,10 @@ constexpr uint32_t kEnumShared = 0x20;
 constexpr uint32_t kEnumNetwork = 0x40;
 
 struct PrinterInfo2 {
-  std::string server_name, printer_name, share_name, port_name, driver_name, comment,
-      location, sep_file, print_processor, datatype, parameters;
-  uint32_t attributes = 0, priority = 0, default_priority = 0, start_time = 0,
-           until_time = 0, status = 0, jobs = 0, average_ppm = 0;
+  std::string server_name, printer_name, share_name, port_name, driver_name, comment, location,
+      sep_file, print_processor, datatype, parameters;
+  uint32_t attributes = 0, priority = 0, default_priority = 0, start_time = 0, until_time = 0,
+           status = 0, jobs = 0, average_ppm = 0;
 };
 struct PrinterInfo4 {
   std::string printer_name, server_name;
@@ -133,8 +139,8 @@ struct JobInfo2 {
   uint32_t job_id = 0;
   std::string printer_name, machine_name, user_name, document, notify_name, datatype,
       print_processor, parameters, driver_name, status_text;
-  uint32_t status = 0, priority = 0, position = 0, start_time = 0, until_time = 0,
-           total_pages = 0, size = 0, time = 0, pages_printed = 0;
+  uint32_t status = 0, priority = 0, position = 0, start_time = 0, until_time = 0, total_pages = 0,
+           size = 0, time = 0, pages_printed = 0;
   SpoolerTime submitted;
 };
 
@@ -144,18 +150,17 @@ enum class NotifyType : uint16_t { kPrinter = 0, kJob = 1 };
 namespace printer_field {
 constexpr uint16_t kServerName = 0x00, kPrinterName = 0x01, kShareName = 0x02, kPortName = 0x03,
                    kDriverName = 0x04, kComment = 0x05, kLocation = 0x06, kSepFile = 0x09,
-                   kPrintProcessor = 0x0A, kDatatype = 0x0C, kAttributes = 0x0E,
-                   kPriority = 0x0F, kDefaultPriority = 0x10, kStartTime = 0x11,
-                   kUntilTime = 0x12, kStatus = 0x13, kJobCount = 0x15,
-                   kSecurityDescriptor = 0x0D;
+                   kPrintProcessor = 0x0A, kDatatype = 0x0C, kAttributes = 0x0E, kPriority = 0x0F,
+                   kDefaultPriority = 0x10, kStartTime = 0x11, kUntilTime = 0x12, kStatus = 0x13,
+                   kJobCount = 0x15, kSecurityDescriptor = 0x0D;
 }  // namespace printer_field
 namespace job_field {
 constexpr uint16_t kPrinterName = 0x00, kMachineName = 0x01, kPortName = 0x02, kUserName = 0x03,
-                   kNotifyName = 0x04, kDatatype = 0x05, kPrintProcessor = 0x06,
-                   kDevMode = 0x09, kStatus = 0x0A, kStatusString = 0x0B, kDocument = 0x0D,
-                   kPriority = 0x0E, kPosition = 0x0F, kSubmitted = 0x10, kStartTime = 0x11,
-                   kUntilTime = 0x12, kTotalPages = 0x14, kPagesPrinted = 0x15,
-                   kTotalBytes = 0x16, kBytesPrinted = 0x17;
+                   kNotifyName = 0x04, kDatatype = 0x05, kPrintProcessor = 0x06, kDevMode = 0x09,
+                   kStatus = 0x0A, kStatusString = 0x0B, kDocument = 0x0D, kPriority = 0x0E,
+                   kPosition = 0x0F, kSubmitted = 0x10, kStartTime = 0x11, kUntilTime = 0x12,
+                   kTotalPages = 0x14, kPagesPrinted = 0x15, kTotalBytes = 0x16,
+                   kBytesPrinted = 0x17;
 }  // namespace job_field
 
 // PRINTER_CHANGE_* filters.
@@ -233,8 +238,7 @@ class SpoolerPrinter {
 
   // A value of the printer's data (GetPrinterData) or, with a key, of that
   // key (GetPrinterDataEx). kErrorFileNotFound when it does not exist.
-  virtual long GetData(std::string_view value_name, uint32_t* type,
-                       std::vector<uint8_t>* data) = 0;
+  virtual long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) = 0;
   virtual long GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
                          std::vector<uint8_t>* data) = 0;
 

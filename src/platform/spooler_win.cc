@@ -58,8 +58,7 @@ PrinterInfo2 FromInfo2(const PRINTER_INFO_2W& p) {
 }
 
 SpoolerTime FromSystemTime(const SYSTEMTIME& t) {
-  return {t.wYear, t.wMonth, t.wDayOfWeek, t.wDay, t.wHour, t.wMinute, t.wSecond,
-          t.wMilliseconds};
+  return {t.wYear, t.wMonth, t.wDayOfWeek, t.wDay, t.wHour, t.wMinute, t.wSecond, t.wMilliseconds};
 }
 
 JobInfo2 FromJob2(const JOB_INFO_2W& j) {
@@ -91,20 +90,31 @@ JobInfo2 FromJob2(const JOB_INFO_2W& j) {
 bool IsTextField(NotifyType type, uint16_t field) {
   if (type == NotifyType::kPrinter) {
     switch (field) {
-      case printer_field::kServerName: case printer_field::kPrinterName:
-      case printer_field::kShareName: case printer_field::kPortName:
-      case printer_field::kDriverName: case printer_field::kComment:
-      case printer_field::kLocation: case printer_field::kSepFile:
-      case printer_field::kPrintProcessor: case printer_field::kDatatype:
+      case printer_field::kServerName:
+      case printer_field::kPrinterName:
+      case printer_field::kShareName:
+      case printer_field::kPortName:
+      case printer_field::kDriverName:
+      case printer_field::kComment:
+      case printer_field::kLocation:
+      case printer_field::kSepFile:
+      case printer_field::kPrintProcessor:
+      case printer_field::kDatatype:
         return true;
       default:
         return false;
     }
   }
   switch (field) {
-    case job_field::kPrinterName: case job_field::kMachineName: case job_field::kPortName:
-    case job_field::kUserName: case job_field::kNotifyName: case job_field::kDatatype:
-    case job_field::kPrintProcessor: case job_field::kStatusString: case job_field::kDocument:
+    case job_field::kPrinterName:
+    case job_field::kMachineName:
+    case job_field::kPortName:
+    case job_field::kUserName:
+    case job_field::kNotifyName:
+    case job_field::kDatatype:
+    case job_field::kPrintProcessor:
+    case job_field::kStatusString:
+    case job_field::kDocument:
       return true;
     default:
       return false;
@@ -141,7 +151,8 @@ NotifyBatch FromNotifyInfo(DWORD change, const PRINTER_NOTIFY_INFO* info) {
 class WinWatch : public ChangeWatch {
  public:
   WinWatch(HANDLE change, NotifyFields fields)
-      : change_(change), cancel_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      : change_(change),
+        cancel_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
         fields_(std::move(fields)) {}
   ~WinWatch() override {
     FindClosePrinterChangeNotification(change_);
@@ -156,9 +167,7 @@ class WinWatch : public ChangeWatch {
     if (which != WAIT_OBJECT_0) return static_cast<long>(GetLastError());
     return Next(0, batch);
   }
-  long Refresh(NotifyBatch* batch) override {
-    return Next(PRINTER_NOTIFY_OPTIONS_REFRESH, batch);
-  }
+  long Refresh(NotifyBatch* batch) override { return Next(PRINTER_NOTIFY_OPTIONS_REFRESH, batch); }
   void Cancel() override { SetEvent(cancel_); }
 
  private:
@@ -190,7 +199,8 @@ class WinPrinter : public SpoolerPrinter {
   long GetInfo2(PrinterInfo2* info) override {
     std::vector<BYTE> buffer;
     const long error = Read(2, &buffer);
-    if (error == kErrorSuccess) *info = FromInfo2(*reinterpret_cast<PRINTER_INFO_2W*>(buffer.data()));
+    if (error == kErrorSuccess)
+      *info = FromInfo2(*reinterpret_cast<PRINTER_INFO_2W*>(buffer.data()));
     return error;
   }
   long GetInfo4(PrinterInfo4* info) override {
@@ -213,7 +223,8 @@ class WinPrinter : public SpoolerPrinter {
   long GetInfo6(PrinterInfo6* info) override {
     std::vector<BYTE> buffer;
     const long error = Read(6, &buffer);
-    if (error == kErrorSuccess) info->status = reinterpret_cast<PRINTER_INFO_6*>(buffer.data())->dwStatus;
+    if (error == kErrorSuccess)
+      info->status = reinterpret_cast<PRINTER_INFO_6*>(buffer.data())->dwStatus;
     return error;
   }
 
@@ -298,8 +309,7 @@ class WinPrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long GetData(std::string_view value_name, uint32_t* type,
-               std::vector<uint8_t>* data) override {
+  long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) override {
     const std::wstring name = Widen(value_name);
     return ReadData(type, data, [&](DWORD* kind, BYTE* bytes, DWORD size, DWORD* needed) {
       return GetPrinterDataW(handle_, const_cast<wchar_t*>(name.c_str()), kind, bytes, size,
@@ -310,8 +320,7 @@ class WinPrinter : public SpoolerPrinter {
                  std::vector<uint8_t>* data) override {
     const std::wstring key_name = Widen(key), name = Widen(value_name);
     return ReadData(type, data, [&](DWORD* kind, BYTE* bytes, DWORD size, DWORD* needed) {
-      return GetPrinterDataExW(handle_, key_name.c_str(), name.c_str(), kind, bytes, size,
-                               needed);
+      return GetPrinterDataExW(handle_, key_name.c_str(), name.c_str(), kind, bytes, size, needed);
     });
   }
 
@@ -418,8 +427,8 @@ class WinSpooler : public Spooler {
     printers->clear();
     const auto* records = reinterpret_cast<const PRINTER_INFO_4W*>(buffer.data());
     for (DWORD i = 0; i < returned; ++i)
-      printers->push_back({Text(records[i].pPrinterName), Text(records[i].pServerName),
-                           records[i].Attributes});
+      printers->push_back(
+          {Text(records[i].pPrinterName), Text(records[i].pServerName), records[i].Attributes});
     return kErrorSuccess;
   }
   long EnumPorts2(std::vector<PortInfo2>* ports) override {

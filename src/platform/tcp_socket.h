@@ -38,8 +38,7 @@ constexpr long kWsaNoData = 11004;
 // closes with CloseSocket. kWsaHostNotFound when the name does not resolve,
 // kWsaTimedOut, kWsaConnectionRefused, ... otherwise; `*socket` is then
 // kInvalidSocket.
-long ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
-                   SocketHandle* socket);
+long ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms, SocketHandle* socket);
 
 // Sends all of `bytes`, waiting at most `timeout_ms` for each part to be
 // taken. kWsaTimedOut when the peer stops taking data; a closed connection
@@ -63,8 +62,7 @@ void CloseSocket(SocketHandle socket);
 
 // A listening socket on `host` (numeric address, "" for every address) and
 // `port` (0 picks a free port, reported in `*bound_port`).
-long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
-                  uint16_t* bound_port);
+long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket, uint16_t* bound_port);
 
 // Waits at most `timeout_ms` for a connection on a listening socket.
 // kWsaTimedOut when none came.

@@ -20,20 +20,34 @@ namespace {
 
 long WsaFromErrno(int error) {
   switch (error) {
-    case 0: return 0;
-    case EINTR: return kWsaInterrupted;
-    case EAGAIN: return kWsaWouldBlock;
-    case EINPROGRESS: return kWsaWouldBlock;
-    case EADDRINUSE: return kWsaAddressInUse;
-    case ENETUNREACH: return kWsaNetworkUnreachable;
-    case ECONNABORTED: return kWsaConnectionAborted;
-    case ECONNRESET: return kWsaConnectionReset;
-    case EPIPE: return kWsaConnectionReset;
-    case ENOTCONN: return kWsaNotConnected;
-    case ETIMEDOUT: return kWsaTimedOut;
-    case ECONNREFUSED: return kWsaConnectionRefused;
-    case EHOSTUNREACH: return kWsaHostUnreachable;
-    default: return kWsaInvalidArgument;
+    case 0:
+      return 0;
+    case EINTR:
+      return kWsaInterrupted;
+    case EAGAIN:
+      return kWsaWouldBlock;
+    case EINPROGRESS:
+      return kWsaWouldBlock;
+    case EADDRINUSE:
+      return kWsaAddressInUse;
+    case ENETUNREACH:
+      return kWsaNetworkUnreachable;
+    case ECONNABORTED:
+      return kWsaConnectionAborted;
+    case ECONNRESET:
+      return kWsaConnectionReset;
+    case EPIPE:
+      return kWsaConnectionReset;
+    case ENOTCONN:
+      return kWsaNotConnected;
+    case ETIMEDOUT:
+      return kWsaTimedOut;
+    case ECONNREFUSED:
+      return kWsaConnectionRefused;
+    case EHOSTUNREACH:
+      return kWsaHostUnreachable;
+    default:
+      return kWsaInvalidArgument;
   }
 }
 
@@ -172,8 +186,7 @@ long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
   setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
   socklen_t size = sizeof(address);
   if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-      listen(fd, 64) != 0 ||
-      getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+      listen(fd, 64) != 0 || getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
     const long error = LastError();
     close(fd);
     return error;

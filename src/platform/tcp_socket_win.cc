@@ -173,8 +173,8 @@ long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
   SOCKET s = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
   if (s == INVALID_SOCKET) return WSAGetLastError();
   int size = sizeof(address);
-  if (bind(s, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-      listen(s, 64) != 0 || getsockname(s, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+  if (bind(s, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 || listen(s, 64) != 0 ||
+      getsockname(s, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
     const long error = WSAGetLastError();
     closesocket(s);
     return error;

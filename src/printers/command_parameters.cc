@@ -122,32 +122,32 @@ STDMETHODIMP CommandParameters::put_IsSupported(VARIANT_BOOL argIsSupported) {
 STDMETHODIMP CommandParameters::get_RequiresBidirectionalPort(
     VARIANT_BOOL* retRequiresBidirectionalPort) {
   return GetField("CommandParameters::get_RequiresBidirectionalPort", requires_bidirectional_port_,
-                 retRequiresBidirectionalPort);
+                  retRequiresBidirectionalPort);
 }
 STDMETHODIMP CommandParameters::put_RequiresBidirectionalPort(
     VARIANT_BOOL argRequiresBidirectionalPort) {
   return PutField("CommandParameters::put_RequiresBidirectionalPort", requires_bidirectional_port_,
-                 argRequiresBidirectionalPort);
+                  argRequiresBidirectionalPort);
 }
 
 STDMETHODIMP CommandParameters::get_HasUserInterface(VARIANT_BOOL* retHasUserInterface) {
   return GetField("CommandParameters::get_HasUserInterface", has_user_interface_,
-                 retHasUserInterface);
+                  retHasUserInterface);
 }
 STDMETHODIMP CommandParameters::put_HasUserInterface(VARIANT_BOOL argHasUserInterface) {
   return PutField("CommandParameters::put_HasUserInterface", has_user_interface_,
-                 argHasUserInterface);
+                  argHasUserInterface);
 }
 
 STDMETHODIMP CommandParameters::get_RequiresManagementRights(
     VARIANT_BOOL* retRequiresManagementRights) {
   return GetField("CommandParameters::get_RequiresManagementRights", requires_management_rights_,
-                 retRequiresManagementRights);
+                  retRequiresManagementRights);
 }
 STDMETHODIMP CommandParameters::put_RequiresManagementRights(
     VARIANT_BOOL argRequiresManagementRights) {
   return PutField("CommandParameters::put_RequiresManagementRights", requires_management_rights_,
-                 argRequiresManagementRights);
+                  argRequiresManagementRights);
 }
 
 VANTREL_CLASS_CREATOR(CommandParameters)

@@ -24,8 +24,8 @@ HRESULT Printer::FinalConstruct() {
   return Member("Printer::FinalConstruct", [this] {
     queue_ = frame::ComPtr<IPrintQueue>::Adopt(frame::CreateObject<PrintQueue>());
     status_ = frame::ComPtr<IPrinterStatus>::Adopt(frame::CreateObject<PrinterStatus>());
-    configuration_ = frame::ComPtr<IPrinterConfiguration>::Adopt(
-        frame::CreateObject<PrinterConfiguration>());
+    configuration_ =
+        frame::ComPtr<IPrinterConfiguration>::Adopt(frame::CreateObject<PrinterConfiguration>());
     port_ = frame::ComPtr<IPrinterPort>::Adopt(frame::CreateObject<PrinterPort>());
     default_schedule_ =
         frame::ComPtr<IPrintJobSchedule>::Adopt(frame::CreateObject<PrintJobSchedule>());

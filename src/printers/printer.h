@@ -27,8 +27,7 @@ class Printer : public frame::EventSourceObject<IPrinterStubs, IID_IPrinter, CLS
 
  protected:
   void CheckInitialized() override {
-    if (!initialized_.load(std::memory_order_acquire))
-      frame::Throw(frame::kPrinterNotInitialized);
+    if (!initialized_.load(std::memory_order_acquire)) frame::Throw(frame::kPrinterNotInitialized);
   }
 
  private:

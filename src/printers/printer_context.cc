@@ -3,6 +3,7 @@
 #include <regex>
 
 #include "frame/error_texts.h"
+#include "platform/platform_error.h"
 #include "platform/clock.h"
 #include "platform/native_thread.h"
 #include "platform/win32_errors.h"
@@ -10,8 +11,8 @@
 
 namespace vantrel::printers {
 
-using platform::PrinterInfo2;
 using platform::kErrorSuccess;
+using platform::PrinterInfo2;
 
 namespace {
 
@@ -99,7 +100,8 @@ uint32_t PrinterContext::GetUntilTime() {
 }
 
 int16_t PrinterContext::HasAttribute(uint32_t bit) {
-  return ReadField([bit](const PrinterInfo2& r) -> int16_t { return (r.attributes & bit) ? -1 : 0; });
+  return ReadField(
+      [bit](const PrinterInfo2& r) -> int16_t { return (r.attributes & bit) ? -1 : 0; });
 }
 int16_t PrinterContext::IsLocal() { return HasAttribute(platform::kPrinterAttributeLocal); }
 int16_t PrinterContext::IsNetwork() { return HasAttribute(platform::kPrinterAttributeNetwork); }
@@ -146,8 +148,7 @@ void PrinterContext::SetPortName(const std::string& port) {
 }
 
 void PrinterContext::SetShareName(const std::string& share_name) {
-  if (share_name.find_first_of("/\\,") != std::string::npos)
-    frame::Throw(frame::kInvalidShareName);
+  if (share_name.find_first_of("/\\,") != std::string::npos) frame::Throw(frame::kInvalidShareName);
   OLock lock(lock_);
   PrinterInfo2 record;
   if (!handle_ || handle_->GetInfo2(&record) != kErrorSuccess) return;

@@ -9,11 +9,13 @@
 
 namespace vantrel {
 
-class PrinterStatus : public frame::AutomationObject<IPrinterStatusStubs, IID_IPrinterStatus, CLSID_PrinterStatus> {
+class PrinterStatus
+    : public frame::AutomationObject<IPrinterStatusStubs, IID_IPrinterStatus, CLSID_PrinterStatus> {
  protected:
   // Every member but Initialize refuses to work until the object is bound.
   void CheckInitialized() override {
-    if (!initialized_.load(std::memory_order_acquire)) frame::Throw(frame::kPrinterStatusNotInitialized);
+    if (!initialized_.load(std::memory_order_acquire))
+      frame::Throw(frame::kPrinterStatusNotInitialized);
   }
 
  private:

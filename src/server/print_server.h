@@ -8,6 +8,7 @@
 
 namespace vantrel {
 
-class PrintServer : public frame::EventSourceObject<IPrintServerStubs, IID_IPrintServer, CLSID_PrintServer, DIID__IPrintServerEvents> {};
+class PrintServer : public frame::EventSourceObject<IPrintServerStubs, IID_IPrintServer,
+                                                    CLSID_PrintServer, DIID__IPrintServerEvents> {};
 
 }  // namespace vantrel

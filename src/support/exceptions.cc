@@ -1,5 +1,6 @@
 #include "support/exceptions.h"
 
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 
 namespace vantrel {

@@ -9,8 +9,7 @@ namespace vantrel {
 namespace {
 
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() &&
-         std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
            return std::tolower(static_cast<unsigned char>(x)) ==
                   std::tolower(static_cast<unsigned char>(y));
          });
@@ -54,40 +53,61 @@ std::string HttpMessage::Field(std::string_view name) const {
 
 std::string_view HttpReasonPhrase(int status) {
   switch (status) {
-    case 100: return "Continue";
-    case 200: return "OK";
-    case 201: return "Created";
-    case 202: return "Accepted";
-    case 204: return "No Content";
-    case 301: return "Moved Permanently";
-    case 302: return "Found";
-    case 304: return "Not Modified";
-    case 400: return "Bad Request";
-    case 401: return "Unauthorized";
-    case 403: return "Forbidden";
-    case 404: return "Not Found";
-    case 405: return "Method Not Allowed";
-    case 408: return "Request Timeout";
-    case 411: return "Length Required";
-    case 413: return "Payload Too Large";
-    case 500: return "Internal Server Error";
-    case 501: return "Not Implemented";
-    case 503: return "Service Unavailable";
-    case 505: return "HTTP Version Not Supported";
-    default: return "Unknown";
+    case 100:
+      return "Continue";
+    case 200:
+      return "OK";
+    case 201:
+      return "Created";
+    case 202:
+      return "Accepted";
+    case 204:
+      return "No Content";
+    case 301:
+      return "Moved Permanently";
+    case 302:
+      return "Found";
+    case 304:
+      return "Not Modified";
+    case 400:
+      return "Bad Request";
+    case 401:
+      return "Unauthorized";
+    case 403:
+      return "Forbidden";
+    case 404:
+      return "Not Found";
+    case 405:
+      return "Method Not Allowed";
+    case 408:
+      return "Request Timeout";
+    case 411:
+      return "Length Required";
+    case 413:
+      return "Payload Too Large";
+    case 500:
+      return "Internal Server Error";
+    case 501:
+      return "Not Implemented";
+    case 503:
+      return "Service Unavailable";
+    case 505:
+      return "HTTP Version Not Supported";
+    default:
+      return "Unknown";
   }
 }
 
 std::string FormatHttpRequest(std::string_view method, std::string_view target,
                               const HttpFields& extra_fields, std::string_view body) {
-  return FormatMessage(std::string(method) + " " + std::string(target) + " HTTP/1.1",
-                       extra_fields, body);
+  return FormatMessage(std::string(method) + " " + std::string(target) + " HTTP/1.1", extra_fields,
+                       body);
 }
 
 std::string FormatHttpReply(int status, const HttpFields& extra_fields, std::string_view body) {
-  return FormatMessage("HTTP/1.1 " + std::to_string(status) + " " +
-                           std::string(HttpReasonPhrase(status)),
-                       extra_fields, body);
+  return FormatMessage(
+      "HTTP/1.1 " + std::to_string(status) + " " + std::string(HttpReasonPhrase(status)),
+      extra_fields, body);
 }
 
 std::string PercentEncode(std::string_view bytes) {
@@ -158,9 +178,8 @@ HttpMessageReader::State HttpMessageReader::ParseHeader(size_t header_end, size_
   if (first == std::string_view::npos) return State::kFailed;
   const size_t second = start_line.find(' ', first + 1);
   message_.start[0] = start_line.substr(0, first);
-  message_.start[1] = start_line.substr(first + 1, second == std::string_view::npos
-                                                       ? std::string_view::npos
-                                                       : second - first - 1);
+  message_.start[1] = start_line.substr(
+      first + 1, second == std::string_view::npos ? std::string_view::npos : second - first - 1);
   if (second != std::string_view::npos) message_.start[2] = start_line.substr(second + 1);
   while (line_end != std::string_view::npos && line_end < header.size()) {
     const size_t next = header.find('\n', line_end + 1);

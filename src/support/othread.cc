@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/platform_error.h"
 #include "platform/clock.h"
 #include "support/exception_handler.h"
 #include "support/exceptions.h"

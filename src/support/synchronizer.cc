@@ -1,5 +1,6 @@
 #include "support/synchronizer.h"
 
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "support/exceptions.h"
 

@@ -75,8 +75,8 @@ class FakeSpooler::Watch : public ChangeWatch {
   // Called with the spooler's lock held.
   void Offer(const std::string& printer, const NotifyItem& item) {
     if (printer != printer_ && !printer_.empty()) return;
-    const auto& wanted = item.type == NotifyType::kPrinter ? fields_.printer_fields
-                                                           : fields_.job_fields;
+    const auto& wanted =
+        item.type == NotifyType::kPrinter ? fields_.printer_fields : fields_.job_fields;
     const bool added_printer = printer_.empty() && item.field == printer_field::kPrinterName;
     if (!added_printer && std::find(wanted.begin(), wanted.end(), item.field) == wanted.end())
       return;
@@ -95,15 +95,32 @@ class FakeSpooler::Watch : public ChangeWatch {
     const PrinterInfo2& i = p.info;
     auto text = [&](const std::string& value) { item.is_text = true, item.text = value; };
     switch (field) {
-      case printer_field::kPrinterName: text(i.printer_name); break;
-      case printer_field::kShareName: text(i.share_name); break;
-      case printer_field::kPortName: text(i.port_name); break;
-      case printer_field::kComment: text(i.comment); break;
-      case printer_field::kLocation: text(i.location); break;
-      case printer_field::kStatus: item.number = i.status; break;
-      case printer_field::kAttributes: item.number = i.attributes; break;
-      case printer_field::kJobCount: item.number = static_cast<uint32_t>(p.jobs.size()); break;
-      default: break;
+      case printer_field::kPrinterName:
+        text(i.printer_name);
+        break;
+      case printer_field::kShareName:
+        text(i.share_name);
+        break;
+      case printer_field::kPortName:
+        text(i.port_name);
+        break;
+      case printer_field::kComment:
+        text(i.comment);
+        break;
+      case printer_field::kLocation:
+        text(i.location);
+        break;
+      case printer_field::kStatus:
+        item.number = i.status;
+        break;
+      case printer_field::kAttributes:
+        item.number = i.attributes;
+        break;
+      case printer_field::kJobCount:
+        item.number = static_cast<uint32_t>(p.jobs.size());
+        break;
+      default:
+        break;
     }
     return item;
   }
@@ -167,9 +184,9 @@ class FakePrinter : public SpoolerPrinter {
     now.default_priority = info.default_priority;
     now.start_time = info.start_time;
     now.until_time = info.until_time;
-    for (uint16_t field : {printer_field::kShareName, printer_field::kPortName,
-                           printer_field::kComment, printer_field::kLocation,
-                           printer_field::kAttributes}) {
+    for (uint16_t field :
+         {printer_field::kShareName, printer_field::kPortName, printer_field::kComment,
+          printer_field::kLocation, printer_field::kAttributes}) {
       NotifyItem a = FakeSpooler::Watch::PrinterItem(*p, field);
       FakeSpooler::Printer old = *p;
       old.info = before;
@@ -186,36 +203,50 @@ class FakePrinter : public SpoolerPrinter {
     if (p == nullptr) return kErrorInvalidHandle;
     if ((access_ & kPrinterAccessAdminister) == 0 || p->deny_admin) return kErrorAccessDenied;
     switch (command) {
-      case PrinterControl::kPause: p->info.status |= kPrinterStatusPaused; break;
-      case PrinterControl::kResume: p->info.status &= ~kPrinterStatusPaused; break;
+      case PrinterControl::kPause:
+        p->info.status |= kPrinterStatusPaused;
+        break;
+      case PrinterControl::kResume:
+        p->info.status &= ~kPrinterStatusPaused;
+        break;
       case PrinterControl::kPurge:
         for (const auto& job : p->jobs) JobGone(job.info.job_id);
         p->jobs.clear();
         break;
-      default: return kErrorInvalidPrinterCommand;
+      default:
+        return kErrorInvalidPrinterCommand;
     }
     spooler_->NotifyLocked(name_, FakeSpooler::Watch::PrinterItem(*p, printer_field::kStatus));
     return kErrorSuccess;
   }
 
   long EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
-    return Read("EnumJobs", [&](FakeSpooler::Printer& p) {
-      jobs->clear();
-      for (size_t i = first; i < p.jobs.size() && jobs->size() < count; ++i)
-        jobs->push_back(p.jobs[i].info);
-    }, /*record=*/false);
+    return Read(
+        "EnumJobs",
+        [&](FakeSpooler::Printer& p) {
+          jobs->clear();
+          for (size_t i = first; i < p.jobs.size() && jobs->size() < count; ++i)
+            jobs->push_back(p.jobs[i].info);
+        },
+        /*record=*/false);
   }
   long EnumJobIds(std::vector<uint32_t>* ids) override {
-    return Read("EnumJobIds", [&](FakeSpooler::Printer& p) {
-      ids->clear();
-      for (const auto& job : p.jobs) ids->push_back(job.info.job_id);
-    }, false);
+    return Read(
+        "EnumJobIds",
+        [&](FakeSpooler::Printer& p) {
+          ids->clear();
+          for (const auto& job : p.jobs) ids->push_back(job.info.job_id);
+        },
+        false);
   }
   long GetJob(uint32_t job_id, JobInfo2* job) override {
     long result = kErrorInvalidParameter;
-    long read = Read("GetJob", [&](FakeSpooler::Printer& p) {
-      if (const auto* j = Find(p, job_id)) *job = j->info, result = kErrorSuccess;
-    }, false);
+    long read = Read(
+        "GetJob",
+        [&](FakeSpooler::Printer& p) {
+          if (const auto* j = Find(p, job_id)) *job = j->info, result = kErrorSuccess;
+        },
+        false);
     return read != kErrorSuccess ? read : result;
   }
 
@@ -227,15 +258,22 @@ class FakePrinter : public SpoolerPrinter {
     if (job == nullptr) return kErrorInvalidParameter;
     uint32_t& status = job->info.status;
     switch (command) {
-      case JobControl::kPause: status |= kJobStatusPaused; break;
-      case JobControl::kResume: status &= ~kJobStatusPaused; break;
-      case JobControl::kRestart: status |= kJobStatusRestart; break;
+      case JobControl::kPause:
+        status |= kJobStatusPaused;
+        break;
+      case JobControl::kResume:
+        status &= ~kJobStatusPaused;
+        break;
+      case JobControl::kRestart:
+        status |= kJobStatusRestart;
+        break;
       case JobControl::kCancel:
       case JobControl::kDelete:
         JobGone(job_id);
         p->jobs.erase(p->jobs.begin() + (job - p->jobs.data()));
         return kErrorSuccess;
-      default: return kErrorInvalidParameter;
+      default:
+        return kErrorInvalidParameter;
     }
     NotifyJob(job_id, job_field::kStatus, status);
     return kErrorSuccess;
@@ -258,20 +296,22 @@ class FakePrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long GetData(std::string_view value_name, uint32_t* type,
-               std::vector<uint8_t>* data) override {
+  long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) override {
     return GetDataEx("", value_name, type, data);
   }
   long GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
                  std::vector<uint8_t>* data) override {
     long result = kErrorFileNotFound;
-    long read = Read("GetData", [&](FakeSpooler::Printer& p) {
-      auto it = p.data.find(std::string(key) + "\n" + std::string(value_name));
-      if (it == p.data.end()) return;
-      *type = 3;  // REG_BINARY
-      *data = it->second;
-      result = kErrorSuccess;
-    }, false);
+    long read = Read(
+        "GetData",
+        [&](FakeSpooler::Printer& p) {
+          auto it = p.data.find(std::string(key) + "\n" + std::string(value_name));
+          if (it == p.data.end()) return;
+          *type = 3;  // REG_BINARY
+          *data = it->second;
+          result = kErrorSuccess;
+        },
+        false);
     return read != kErrorSuccess ? read : result;
   }
 

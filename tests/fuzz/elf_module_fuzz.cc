@@ -9,8 +9,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   vantrel::platform::ElfModuleFacts facts;
-  vantrel::platform::ParseElfModule(
-      std::string_view(reinterpret_cast<const char*>(data), size), &facts);
+  vantrel::platform::ParseElfModule(std::string_view(reinterpret_cast<const char*>(data), size),
+                                    &facts);
   for (const auto& [key, value] : facts.version_texts) {
     vantrel::platform::ParseDottedVersion(value);
   }

@@ -59,14 +59,14 @@ TEST(ActivationTest, RegisteredIdentityHoldsThroughTheSystemRuntime) {
     EXPECT_EQ(CreateByProgId(L"Vantrel.PrintJobSchedule", object.Receive()),
               CLASS_E_CLASSNOTAVAILABLE);
     // Its table CLSID is not registered, so only the DLL itself creates it.
-    EXPECT_EQ(CoCreateInstance(CLSID_PrintJobSchedule, nullptr, CLSCTX_INPROC_SERVER,
-                               IID_IUnknown, reinterpret_cast<void**>(object.Receive())),
+    EXPECT_EQ(CoCreateInstance(CLSID_PrintJobSchedule, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
+                               reinterpret_cast<void**>(object.Receive())),
               REGDB_E_CLASSNOTREG);
     ComPtr<IClassFactory> factory;
     ASSERT_EQ(dll.GetClassObject(CLSID_PrintJobSchedule, factory.Receive()), S_OK);
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown,
-                                      reinterpret_cast<void**>(object.Receive())),
-              S_OK);
+    EXPECT_EQ(
+        factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(object.Receive())),
+        S_OK);
     factory.Reset();
     CLSID shared;
     ASSERT_EQ(CLSIDFromProgID(L"Vantrel.PrinterConfiguratio.1", &shared), S_OK);

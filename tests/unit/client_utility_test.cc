@@ -106,7 +106,9 @@ class ClientUtilityTest : public ::testing::Test {
     ASSERT_EQ(registry().WriteValue(path, platform::MakeDwordValue(value)), 0);
   }
   void SetBool(const char* path, bool value) {
-    ASSERT_EQ(registry().WriteValue(path, platform::MakeBinaryValue({value ? uint8_t{1} : uint8_t{0}})), 0);
+    ASSERT_EQ(
+        registry().WriteValue(path, platform::MakeBinaryValue({value ? uint8_t{1} : uint8_t{0}})),
+        0);
   }
   PrinterRegistry registry() { return PrinterRegistry(context_.printer, {}, {}, {}, 0, &store_); }
   std::vector<std::string> events() {
@@ -191,7 +193,8 @@ TEST_F(ClientUtilityTest, ServiceGoneFailsWithinTheConfiguredAttempts) {
 TEST_F(ClientUtilityTest, BadRepliesAreFailedExchanges) {
   for (const std::string& reply :
        {std::string("HTTP/1.1 200 OK\r\nContent-Length: 99999999\r\n\r\n"),
-        std::string("not http at all\r\n\r\n"), std::string("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n1")}) {
+        std::string("not http at all\r\n\r\n"),
+        std::string("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n1")}) {
     FakeXpmlService service([&](const HttpMessage&) { return reply; }, true);
     SetNumber("NETWORK:XPML Server Port", service.port());
     EXPECT_FALSE(client_->SendReceive(context_, "x")) << reply;
@@ -218,7 +221,8 @@ TEST_F(ClientUtilityTest, PortDiscoveryStoresANewPortAndReportsAMissingOne) {
   EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7002u);
   ASSERT_EQ(events().size(), 2u);
   EXPECT_EQ(events()[1].rfind("ClientUtility::GetRefactoredTcpPortNumber: Unable to save the "
-                              "new XPML port number 7002: ", 0),
+                              "new XPML port number 7002: ",
+                              0),
             0u);
 }
 

@@ -73,10 +73,9 @@ class CupsSandbox {
     const std::filesystem::path script =
         std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "scripts" /
         "cups-sandbox";
-    const std::string command = "'" + script.string() + "' " + action + " '" +
-                                (dir_ / "cupsd").string() + "' >'" +
-                                (dir_ / (action + ".out")).string() + "' 2>'" +
-                                (dir_ / (action + ".err")).string() + "'";
+    const std::string command =
+        "'" + script.string() + "' " + action + " '" + (dir_ / "cupsd").string() + "' >'" +
+        (dir_ / (action + ".out")).string() + "' 2>'" + (dir_ / (action + ".err")).string() + "'";
     return std::system(command.c_str());
   }
 

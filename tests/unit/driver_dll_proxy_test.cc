@@ -35,9 +35,9 @@ std::string SampleModule(const std::string& variant) {
 class DriverProxyTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    folder_ = new std::filesystem::path(std::filesystem::temp_directory_path() /
-                                        ("vantrel-proxy-" + std::to_string(
-                                                                platform::CurrentProcessId())));
+    folder_ = new std::filesystem::path(
+        std::filesystem::temp_directory_path() /
+        ("vantrel-proxy-" + std::to_string(platform::CurrentProcessId())));
     std::filesystem::create_directories(*folder_);
     platform::SetEnvironmentValue("VANTREL_HOME", folder_->string());
     store_ = platform::OpenSettingsStoreAt(folder_->string()).release();
@@ -109,9 +109,8 @@ TEST_F(DriverProxyTest, IsolationSendsOnlyNewVersionedModulesToTheHost) {
   struct Case {
     const char* module;
     bool proxied;
-  } cases[] = {{"sample-driver", true},
-               {"sample-driver-7229", false},
-               {"sample-driver-unversioned", false}};
+  } cases[] = {
+      {"sample-driver", true}, {"sample-driver-7229", false}, {"sample-driver-unversioned", false}};
   for (const Case& c : cases) {
     DriverDLLProxy proxy(store_);
     const uint64_t handle = proxy.OpenModule(SampleModule(c.module), "Isolated");

@@ -32,8 +32,7 @@ TEST_F(FakeSpoolerTest, PartialWritesKeepEveryByteInOrder) {
             kErrorSuccess);
   EXPECT_EQ(written, 3u);
   for (size_t at = written; at < bytes.size(); at += written)
-    ASSERT_EQ(printer->Write(bytes.data() + at, static_cast<uint32_t>(bytes.size() - at),
-                             &written),
+    ASSERT_EQ(printer->Write(bytes.data() + at, static_cast<uint32_t>(bytes.size() - at), &written),
               kErrorSuccess);
   ASSERT_EQ(printer->EndDoc(), kErrorSuccess);
   EXPECT_EQ(fake_.DocumentBytes(job), bytes);

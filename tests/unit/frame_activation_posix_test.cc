@@ -35,13 +35,26 @@ HRESULT CreateByProgId(const char* progid, IUnknown** out) {
 
 TEST(ActivationTest, EveryRegisteredProgIdCreatesItsObjectExceptTheJobSchedule) {
   RegisteredLibrary library;
-  const char* progids[] = {
-      "Antrel.CommandParameters.1", "Antrel.CommandParameters", "Vantrel.PrinterPort",
-      "Vantrel.PrinterConfiguratio.1", "Vantrel.PrinterConfiguration", "Vantrel.PrinterQueue",
-      "Vantrel.Jobs", "Vantrel.PrinterStatus", "Vantrel.Kesto", "Vantrel.ImmediateCommand",
-      "Vantrel.Printer", "Vantrel.PrinterConfigurationF", "Vantrel.QueryResponse",
-      "Vantrel.Printers", "Vantrel.PrintersFilter", "Vantrel.Job", "Vantrel.JobStatus",
-      "Vantrel.JobsFilter", "Vantrel.PrintServer", "Vantrel.QueryCommand"};
+  const char* progids[] = {"Antrel.CommandParameters.1",
+                           "Antrel.CommandParameters",
+                           "Vantrel.PrinterPort",
+                           "Vantrel.PrinterConfiguratio.1",
+                           "Vantrel.PrinterConfiguration",
+                           "Vantrel.PrinterQueue",
+                           "Vantrel.Jobs",
+                           "Vantrel.PrinterStatus",
+                           "Vantrel.Kesto",
+                           "Vantrel.ImmediateCommand",
+                           "Vantrel.Printer",
+                           "Vantrel.PrinterConfigurationF",
+                           "Vantrel.QueryResponse",
+                           "Vantrel.Printers",
+                           "Vantrel.PrintersFilter",
+                           "Vantrel.Job",
+                           "Vantrel.JobStatus",
+                           "Vantrel.JobsFilter",
+                           "Vantrel.PrintServer",
+                           "Vantrel.QueryCommand"};
   for (const char* progid : progids) {
     ComPtr<IUnknown> object;
     EXPECT_EQ(CreateByProgId(progid, object.Receive()), S_OK) << progid;
@@ -81,9 +94,9 @@ TEST(ActivationTest, RegistrationWritesTheClassKeysAndTheSharedProgId) {
   EXPECT_EQ(DefaultValue(store, printer), "<missing>");
   EXPECT_EQ(DefaultValue(store, "Vantrel.Printer.1"), "<missing>");
   std::unique_ptr<platform::SettingsKey> clsid_root;
-  EXPECT_EQ(store.OpenKey(platform::RegistryRoot::kClassesRoot, "CLSID", platform::kKeyRead,
-                          &clsid_root),
-            0);  // the CLSID key itself stays
+  EXPECT_EQ(
+      store.OpenKey(platform::RegistryRoot::kClassesRoot, "CLSID", platform::kKeyRead, &clsid_root),
+      0);                             // the CLSID key itself stays
   ASSERT_EQ(RegisterServer(), S_OK);  // for the fixture's own clean-up
 }
 

@@ -37,9 +37,9 @@ TEST(ClassTableTest, EveryRowCreatesAnObjectAnsweringItsInterfaces) {
     ASSERT_EQ(object->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(dispatch.Receive())),
               S_OK);
     ComPtr<ISupportErrorInfo> support;
-    ASSERT_EQ(object->QueryInterface(IID_ISupportErrorInfo,
-                                     reinterpret_cast<void**>(support.Receive())),
-              S_OK);
+    ASSERT_EQ(
+        object->QueryInterface(IID_ISupportErrorInfo, reinterpret_cast<void**>(support.Receive())),
+        S_OK);
     EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IDispatch), S_FALSE);
     // The identity is the same whichever interface it is asked through.
     ComPtr<IUnknown> identity;
@@ -101,8 +101,7 @@ TEST(AggregationTest, InnerAnswersIUnknownAndEverythingElseGoesThroughTheOuter) 
                            reinterpret_cast<void**>(factory.Receive())),
             S_OK);
   void* refused = reinterpret_cast<void*>(1);
-  EXPECT_EQ(factory->CreateInstance(&outer, IID_IPrintersFilter, &refused),
-            CLASS_E_NOAGGREGATION);
+  EXPECT_EQ(factory->CreateInstance(&outer, IID_IPrintersFilter, &refused), CLASS_E_NOAGGREGATION);
   EXPECT_EQ(refused, nullptr);
   ASSERT_EQ(factory->CreateInstance(&outer, IID_IUnknown, reinterpret_cast<void**>(&outer.inner)),
             S_OK);
@@ -136,9 +135,9 @@ TEST(ModuleTest, CanUnloadOnlyWhenNoObjectOrLockRemains) {
   EXPECT_EQ(DllCanUnloadNow(), S_OK);
 
   ComPtr<IClassFactory> factory;
-  ASSERT_EQ(GetClassObject(CLSID_Kesto, IID_IClassFactory,
-                           reinterpret_cast<void**>(factory.Receive())),
-            S_OK);
+  ASSERT_EQ(
+      GetClassObject(CLSID_Kesto, IID_IClassFactory, reinterpret_cast<void**>(factory.Receive())),
+      S_OK);
   factory->LockServer(TRUE);
   EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
   factory->LockServer(FALSE);
@@ -164,8 +163,7 @@ TEST(ModuleTest, ManyThreadsCreateQueryInvokeAndRelease) {
         VARIANT result;
         VariantInit(&result);
         // Any member: what matters is that dispatch and the frame hold up.
-        dispatch->Invoke(101, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &result, nullptr,
-                         nullptr);
+        dispatch->Invoke(101, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &result, nullptr, nullptr);
         VariantClear(&result);
       }
     });

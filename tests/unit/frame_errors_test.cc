@@ -69,8 +69,8 @@ TEST(ErrorFrameTest, EveryBoundClassRefusesWorkUntilInitialized) {
     VARIANT result;
     VariantInit(&result);
     EXCEPINFO exception{};
-    const HRESULT hr = object->Invoke(row.member, IID_NULL, 0, DISPATCH_PROPERTYGET, &none,
-                                      &result, &exception, nullptr);
+    const HRESULT hr = object->Invoke(row.member, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &result,
+                                      &exception, nullptr);
     EXPECT_EQ(hr, DISP_E_EXCEPTION) << row.text;
     EXPECT_EQ(static_cast<uint32_t>(exception.scode), row.code) << row.text;
     EXPECT_EQ(BstrToUtf8(exception.bstrDescription), row.text);

@@ -19,9 +19,8 @@ ComPtr<Interface> Create(REFCLSID clsid, REFIID iid) {
   GetClassObject(clsid, IID_IClassFactory, reinterpret_cast<void**>(factory.Receive()));
   ComPtr<Interface> object;
   ComPtr<IUnknown> unknown;
-  if (factory &&
-      SUCCEEDED(factory->CreateInstance(nullptr, IID_IUnknown,
-                                        reinterpret_cast<void**>(unknown.Receive()))))
+  if (factory && SUCCEEDED(factory->CreateInstance(nullptr, IID_IUnknown,
+                                                   reinterpret_cast<void**>(unknown.Receive()))))
     unknown->QueryInterface(iid, reinterpret_cast<void**>(object.Receive()));
   return object;
 }

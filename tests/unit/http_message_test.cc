@@ -75,12 +75,11 @@ TEST(HttpMessageTest, BoundsTheHeaderAndTheClaimedBody) {
 }
 
 TEST(HttpMessageTest, RejectsMalformedHeaders) {
-  for (const char* text :
-       {"garbage\r\n\r\n", "HTTP/1.1 200 OK\r\nno colon here\r\n\r\n",
-        "HTTP/1.1 200 OK\r\nContent-Length: -1\r\n\r\n",
-        "HTTP/1.1 200 OK\r\nContent-Length: 12x\r\n\r\n",
-        "HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999999\r\n\r\n",
-        "HTTP/1.1 200 OK\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
+  for (const char* text : {"garbage\r\n\r\n", "HTTP/1.1 200 OK\r\nno colon here\r\n\r\n",
+                           "HTTP/1.1 200 OK\r\nContent-Length: -1\r\n\r\n",
+                           "HTTP/1.1 200 OK\r\nContent-Length: 12x\r\n\r\n",
+                           "HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999999\r\n\r\n",
+                           "HTTP/1.1 200 OK\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
     HttpMessageReader reader;
     EXPECT_EQ(reader.Feed(text), State::kFailed) << text;
   }

@@ -1,3 +1,4 @@
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 
 #include <gtest/gtest.h>

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "fakes/thread_starters.h"
+#include "platform/platform_error.h"
 #include "platform/clock.h"
 #include "support/exceptions.h"
 

@@ -24,7 +24,9 @@ class MemoryStream : public PipeByteStream {
   size_t offset_ = 0;
 };
 
-std::string StringItem(std::u16string_view text) { return EncodeCountOf(text) + EncodeUnitsOf(text); }
+std::string StringItem(std::u16string_view text) {
+  return EncodeCountOf(text) + EncodeUnitsOf(text);
+}
 
 TEST(PipeWireTest, ALongStringKeepsEveryUnitButOnlyTheLowBitsOfItsCount) {
   const std::u16string text(70000, u'x');
@@ -54,7 +56,8 @@ TEST(PipeWireTest, UnknownEntriesAndCallsCutShortAreMalformed) {
   PipeCall call;
   MemoryStream unknown(StringItem(u"Kesto_Format_Disk") + EncodeInteger(1));
   EXPECT_EQ(ReadPipeCall(unknown, &call), PipeReadResult::kMalformed);
-  const std::string whole = StringItem(u"Kesto_Printer_Action") + EncodeInteger(1) + EncodeInteger(2);
+  const std::string whole =
+      StringItem(u"Kesto_Printer_Action") + EncodeInteger(1) + EncodeInteger(2);
   for (size_t cut : {size_t{1}, size_t{5}, whole.size() - 1}) {
     MemoryStream shorter(whole.substr(0, cut));
     EXPECT_EQ(ReadPipeCall(shorter, &call), PipeReadResult::kMalformed) << cut;

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "platform/platform_error_posix.h"
 #include "platform/win32_errors.h"

@@ -26,8 +26,9 @@ class PrintersCommandTest : public ::testing::Test {
     if (!sandbox_->ok()) return;
     sandbox_->Tool("lpadmin -p Q1 -E -v file:///dev/null -D 'Front desk' -L 'Room 1'");
     sandbox_->Tool("lpadmin -p Q2 -E -v socket://127.0.0.1:9 -D 'Dock labels' -L 'Dock'");
-    sandbox_->Tool("lpadmin -p Q3 -E -v file:///dev/null "
-                   "-o printer-state-reasons=media-empty-error,door-open");
+    sandbox_->Tool(
+        "lpadmin -p Q3 -E -v file:///dev/null "
+        "-o printer-state-reasons=media-empty-error,door-open");
   }
   static void TearDownTestSuite() {
     delete sandbox_;
@@ -46,8 +47,8 @@ class PrintersCommandTest : public ::testing::Test {
     const auto home = scratch / "vantrel-printers-command-home";
     std::filesystem::create_directories(home);
     const std::string command = "CUPS_SERVER=" + sandbox_->server() + " VANTREL_HOME='" +
-                                home.string() + "' '" + tool_.string() + "' " + arguments +
-                                " >'" + out.string() + "' 2>'" + err.string() + "'";
+                                home.string() + "' '" + tool_.string() + "' " + arguments + " >'" +
+                                out.string() + "' 2>'" + err.string() + "'";
     Outcome outcome;
     const int raw = std::system(command.c_str());
     outcome.status = raw >= 0 ? (raw >> 8) & 0xFF : -1;
@@ -114,8 +115,7 @@ TEST_F(PrintersCommandTest, SharingRulesAndRefusals) {
 }
 
 TEST_F(PrintersCommandTest, ChangesReachTheScheduler) {
-  ASSERT_EQ(Run("printer Q1 set --comment 'New desk' --location 'Room 2' --priority 9").status,
-            0);
+  ASSERT_EQ(Run("printer Q1 set --comment 'New desk' --location 'Room 2' --priority 9").status, 0);
   EXPECT_EQ(sandbox_->Tool("lpstat -l -p Q1 | grep -q 'Description: New desk'"), 0);
   EXPECT_EQ(sandbox_->Tool("lpstat -l -p Q1 | grep -q 'Location: Room 2'"), 0);
   EXPECT_EQ(Printer("Q1")["DefaultPriority"], 9);

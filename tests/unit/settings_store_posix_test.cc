@@ -7,7 +7,7 @@
 
 #include "platform/registry_value.h"
 #include "platform/settings_store.h"
-#include "platform/sqlite_store_posix.h"
+#include "platform/sqlite/sqlite_store_posix.h"
 #include "unit/settings_store_test_support.h"
 
 namespace vantrel::testing {

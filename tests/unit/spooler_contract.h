@@ -64,9 +64,9 @@ class SpoolerContractTest : public ::testing::Test {
     EXPECT_EQ(printer.StartPage(), platform::kErrorSuccess);
     uint32_t written = 0;
     for (size_t at = 0; at < bytes.size(); at += written) {
-      EXPECT_EQ(printer.Write(bytes.data() + at, static_cast<uint32_t>(bytes.size() - at),
-                              &written),
-                platform::kErrorSuccess);
+      EXPECT_EQ(
+          printer.Write(bytes.data() + at, static_cast<uint32_t>(bytes.size() - at), &written),
+          platform::kErrorSuccess);
       if (written == 0) break;
     }
     EXPECT_EQ(printer.EndPage(), platform::kErrorSuccess);
@@ -299,22 +299,21 @@ TYPED_TEST_P(SpoolerContractTest, ChangesArriveAsBatchesOfTheWatchedFields) {
   EXPECT_TRUE(this->WaitForItem(*watch, NotifyType::kPrinter, printer_field::kComment,
                                 [](const NotifyItem& item) { return item.text == "watched"; }));
   ASSERT_EQ(printer->Control(PrinterControl::kPause), kErrorSuccess);
-  EXPECT_TRUE(this->WaitForItem(*watch, NotifyType::kPrinter, printer_field::kStatus,
-                                [](const NotifyItem& item) {
-                                  return (item.number & kPrinterStatusPaused) != 0;
-                                }));
+  EXPECT_TRUE(this->WaitForItem(
+      *watch, NotifyType::kPrinter, printer_field::kStatus,
+      [](const NotifyItem& item) { return (item.number & kPrinterStatusPaused) != 0; }));
   const uint32_t id = this->PrintRaw(*printer, "noticed", "bytes");
-  EXPECT_TRUE(this->WaitForItem(*watch, NotifyType::kJob, job_field::kDocument,
-                                [&](const NotifyItem& item) {
-                                  return item.id == id && item.text == "noticed";
-                                }));
+  EXPECT_TRUE(this->WaitForItem(
+      *watch, NotifyType::kJob, job_field::kDocument,
+      [&](const NotifyItem& item) { return item.id == id && item.text == "noticed"; }));
   // Another printer's changes are not ours.
   auto other = this->Open(this->NewQueue());
   info = this->Read(*other);
   info.comment = "elsewhere";
   ASSERT_EQ(other->SetInfo2(info), kErrorSuccess);
-  EXPECT_FALSE(this->WaitForItem(*watch, NotifyType::kPrinter, printer_field::kComment,
-                                 [](const NotifyItem&) { return true; }, 500));
+  EXPECT_FALSE(this->WaitForItem(
+      *watch, NotifyType::kPrinter, printer_field::kComment, [](const NotifyItem&) { return true; },
+      500));
 
   NotifyBatch refreshed;
   ASSERT_EQ(watch->Refresh(&refreshed), kErrorSuccess);

@@ -1,6 +1,6 @@
 // The spooler contract over a private CUPS scheduler, and what only CUPS can
 // show: state reasons set by the administrator, a scheduler restart.
-#include "platform/spooler_cups_posix.h"
+#include "platform/cups/spooler_cups_posix.h"
 #include "unit/cups_sandbox_posix.h"
 #include "unit/settings_store_test_support.h"
 #include "unit/spooler_contract.h"
@@ -26,8 +26,8 @@ struct CupsSpoolerBackend {
   CupsSandbox sandbox;
   StoreScratchFolder folder;
   std::unique_ptr<platform::SettingsStore> store = platform::OpenSettingsStoreAt(folder.path());
-  std::unique_ptr<platform::Spooler> cups = platform::OpenCupsSpooler(sandbox.server(),
-                                                                      store.get());
+  std::unique_ptr<platform::Spooler> cups =
+      platform::OpenCupsSpooler(sandbox.server(), store.get());
 };
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The CUPS attribute tables, on IPP messages built in memory.
 #include <gtest/gtest.h>
 
-#include "platform/cups_mapping_posix.h"
+#include "platform/cups/cups_mapping_posix.h"
 #include "platform/win32_errors.h"
 
 namespace vantrel::platform::cups {
@@ -45,8 +45,7 @@ TEST(CupsMappingTest, PrinterTypeAndSharing) {
 
 ipp_t* TwoPrinters() {
   ipp_t* message = ippNew();
-  ippAddString(message, IPP_TAG_OPERATION, IPP_TAG_CHARSET, "attributes-charset", nullptr,
-               "utf-8");
+  ippAddString(message, IPP_TAG_OPERATION, IPP_TAG_CHARSET, "attributes-charset", nullptr, "utf-8");
   ippAddString(message, IPP_TAG_PRINTER, IPP_TAG_NAME, "printer-name", nullptr, "First");
   ippAddString(message, IPP_TAG_PRINTER, IPP_TAG_TEXT, "printer-info", nullptr, "one");
   ippAddString(message, IPP_TAG_PRINTER, IPP_TAG_URI, "device-uri", nullptr,
@@ -96,7 +95,8 @@ TEST(CupsMappingTest, JobGroup) {
   ippAddInteger(message, IPP_TAG_JOB, IPP_TAG_INTEGER, "job-k-octets", 5);
   ippAddInteger(message, IPP_TAG_JOB, IPP_TAG_INTEGER, "time-at-creation", 86400 + 3661);
   JobInfo2 job;
-  ForEachGroup(message, IPP_TAG_JOB, [&](const AttributeGroup& group) { job = JobFromGroup(group); });
+  ForEachGroup(message, IPP_TAG_JOB,
+               [&](const AttributeGroup& group) { job = JobFromGroup(group); });
   ippDelete(message);
   EXPECT_EQ(job.job_id, 17u);
   EXPECT_EQ(job.printer_name, "Shelf A");

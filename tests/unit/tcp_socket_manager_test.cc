@@ -176,8 +176,8 @@ TEST_F(TcpSocketManagerTest, CloserWaitsWithinItsBoundsAndClosesAnExpiredEntry) 
   EXPECT_EQ(manager->EntryCount(), 0u);
   EXPECT_EQ(entry->socket(), platform::kInvalidSocket);
   const std::vector<std::string> expected = {
-      "Blocking for: 120000 milliseconds", "Unblocked due to timeout",
-      "Blocking for: 5000 milliseconds",   "Unblocked due to timeout",
+      "Blocking for: 120000 milliseconds",      "Unblocked due to timeout",
+      "Blocking for: 5000 milliseconds",        "Unblocked due to timeout",
       "Entry timed out Id: " + entry->IdText(), "terminating due to empty queues"};
   std::vector<std::string> closer_lines;
   for (const std::string& line : Log()) {

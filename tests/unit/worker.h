@@ -34,8 +34,8 @@ int WaitForWorker(platform::ChildProcess& worker, uint32_t timeout_ms = 120000);
 
 // Defines a worker: VANTREL_TEST_WORKER(store_writer) { ... return 0; }
 // The body sees `args`; its return value is the process's exit status.
-#define VANTREL_TEST_WORKER(name)                                                 \
-  static int name##_worker_body(const std::vector<std::string>& args);            \
-  static ::vantrel::testing::WorkerRegistration name##_worker_registration(       \
-      #name, name##_worker_body);                                                 \
+#define VANTREL_TEST_WORKER(name)                                                               \
+  static int name##_worker_body(const std::vector<std::string>& args);                          \
+  static ::vantrel::testing::WorkerRegistration name##_worker_registration(#name,               \
+                                                                           name##_worker_body); \
   static int name##_worker_body(const std::vector<std::string>& args)

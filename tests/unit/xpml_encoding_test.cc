@@ -62,7 +62,8 @@ TEST(Lz77CompressTest, RoundTripsTextAndIncompressibleDataOfManySizes) {
     std::string noise(size, '\0');
     for (char& c : noise) c = static_cast<char>(random());
     std::string text;
-    while (text.size() < size) text += "^XA^FO50,50^FDLabel " + std::to_string(text.size()) + "^FS^XZ";
+    while (text.size() < size)
+      text += "^XA^FO50,50^FDLabel " + std::to_string(text.size()) + "^FS^XZ";
     text.resize(size);
     for (const std::string& original : {noise, text}) {
       std::string buffer = original;
@@ -119,8 +120,8 @@ TEST(QueryRequestTest, PlainReadingQueryHasNoAttributesAfterTheName) {
   query.data = "~HS";
   EXPECT_EQ(BuildQueryRequest(query),
             "<query id='17' name='Kesto Query'><request id='1' name='Kesto Request'>"
-            "<encode in='base64;lz77'>" + EncodedData("~HS") +
-                "</encode></request></query>");
+            "<encode in='base64;lz77'>" +
+                EncodedData("~HS") + "</encode></request></query>");
 }
 
 TEST(QueryRequestTest, WritesPositiveTimeoutsPatternAndWriteOnlyInOrder) {

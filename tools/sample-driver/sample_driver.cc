@@ -115,7 +115,8 @@ uint64_t Dispatch(const PipeCall& call) {
   if (entry == driver_module::kImport) {
     return Kesto_Settings_Import(n[0], call.texts[0].c_str(), static_cast<uint32_t>(n[1]));
   }
-  if (entry == driver_module::kReset) return Kesto_Settings_Reset(n[0], static_cast<uint32_t>(n[1]));
+  if (entry == driver_module::kReset)
+    return Kesto_Settings_Reset(n[0], static_cast<uint32_t>(n[1]));
   if (entry == driver_module::kAction) {
     return Kesto_Printer_Action(n[0], static_cast<uint32_t>(n[1])) != 0;
   }

@@ -33,7 +33,8 @@ uint64_t ReadNumber(const std::string& printer, const std::string& path, uint64_
 
 bool SaveSettings(const std::string& printer) {
   const uint64_t saves = ReadNumber(printer, "Save Count", 0);
-  return RegistryOf(printer).WriteDword("SETTINGS:Save Count", static_cast<uint32_t>(saves + 1)) == 0;
+  return RegistryOf(printer).WriteDword("SETTINGS:Save Count", static_cast<uint32_t>(saves + 1)) ==
+         0;
 }
 
 bool ExportSettings(const std::string& printer, const std::string& path) {
@@ -76,7 +77,8 @@ bool ResetSettings(const std::string& printer) {
   if (!SettingsKey(printer, &key)) return false;
   uint32_t deleted = 0;
   std::string where;
-  if (DeleteRegistryTree(platform::DefaultSettingsStore(), key.root, key.key, &deleted, &where) != 0) {
+  if (DeleteRegistryTree(platform::DefaultSettingsStore(), key.root, key.key, &deleted, &where) !=
+      0) {
     return false;
   }
   PrinterRegistry registry = RegistryOf(printer);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "platform/spooler.h"
 #include "platform/win32_errors.h"
@@ -22,15 +23,24 @@ namespace {
 using platform::PrinterInfo2;
 
 nlohmann::json ToJson(const PrinterInfo2& p) {
-  return {{"pServerName", p.server_name},   {"pPrinterName", p.printer_name},
-          {"pShareName", p.share_name},     {"pPortName", p.port_name},
-          {"pDriverName", p.driver_name},   {"pComment", p.comment},
-          {"pLocation", p.location},        {"pSepFile", p.sep_file},
-          {"pPrintProcessor", p.print_processor}, {"pDatatype", p.datatype},
-          {"pParameters", p.parameters},    {"Attributes", p.attributes},
-          {"Priority", p.priority},         {"DefaultPriority", p.default_priority},
-          {"StartTime", p.start_time},      {"UntilTime", p.until_time},
-          {"Status", p.status},             {"cJobs", p.jobs},
+  return {{"pServerName", p.server_name},
+          {"pPrinterName", p.printer_name},
+          {"pShareName", p.share_name},
+          {"pPortName", p.port_name},
+          {"pDriverName", p.driver_name},
+          {"pComment", p.comment},
+          {"pLocation", p.location},
+          {"pSepFile", p.sep_file},
+          {"pPrintProcessor", p.print_processor},
+          {"pDatatype", p.datatype},
+          {"pParameters", p.parameters},
+          {"Attributes", p.attributes},
+          {"Priority", p.priority},
+          {"DefaultPriority", p.default_priority},
+          {"StartTime", p.start_time},
+          {"UntilTime", p.until_time},
+          {"Status", p.status},
+          {"cJobs", p.jobs},
           {"AveragePPM", p.average_ppm}};
 }
 
@@ -84,8 +94,8 @@ int ListPrinters(bool as_json) {
   }
   std::printf("%-24s %-10s  %-32s %s\n", "NAME", "STATUS", "PORT", "COMMENT");
   for (const PrinterInfo2& p : printers)
-    std::printf("%-24s 0x%08X  %-32s %s\n", p.printer_name.c_str(), p.status,
-                p.port_name.c_str(), p.comment.c_str());
+    std::printf("%-24s 0x%08X  %-32s %s\n", p.printer_name.c_str(), p.status, p.port_name.c_str(),
+                p.comment.c_str());
   return 0;
 }
 
@@ -150,8 +160,7 @@ void AddPrintersCommands(CLI::App& app) {
   set->add_option("--shared", changes.shared, "Share the printer")
       ->check(CLI::IsMember({"on", "off"}));
   set->add_option("--port", changes.port, "Port (device URI on Linux)");
-  set->add_option("--priority", changes.priority, "Default job priority")
-      ->check(CLI::Range(1, 99));
+  set->add_option("--priority", changes.priority, "Default job priority")->check(CLI::Range(1, 99));
   printer->callback([printer, set] {
     (void)printer;
     SetExitCode(Guarded([set] {

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "platform/win32_errors.h"
 #include "reg_commands.h"

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdio>
 
+#include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "platform/win32_errors.h"
 

@@ -60,10 +60,10 @@ void AddEntryCommand(CLI::App& app, const char* name, const char* help, const ch
   auto* command = app.add_subcommand(name, help);
   // Owned by the callback, which the command keeps for the program's life.
   auto library = std::make_shared<std::string>();
-  command->add_option("--library", *library, "The library file (default: the one installed "
-                                             "with this program)");
-  command->callback(
-      [library, entry, done] { SetExitCode(RunEntry(*library, entry, done)); });
+  command->add_option("--library", *library,
+                      "The library file (default: the one installed "
+                      "with this program)");
+  command->callback([library, entry, done] { SetExitCode(RunEntry(*library, entry, done)); });
 }
 
 }  // namespace

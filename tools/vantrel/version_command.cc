@@ -51,9 +51,8 @@ void AddVersionCommand(CLI::App& app) {
       return;
     }
     if (as_json) {
-      nlohmann::json out{{"version", texts.version},
-                         {"platform", texts.platform},
-                         {"system", VANTREL_PLATFORM}};
+      nlohmann::json out{
+          {"version", texts.version}, {"platform", texts.platform}, {"system", VANTREL_PLATFORM}};
       std::printf("%s\n", out.dump().c_str());
     } else {
       std::printf("Vantrel %s (%s, %s)\n", texts.version.c_str(), VANTREL_PLATFORM,

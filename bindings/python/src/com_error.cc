@@ -59,10 +59,10 @@ void RegisterErrorTranslator() {
       if (pending) std::rethrow_exception(pending);
     } catch (const ComFailure& failure) {
       py::object error_type = py::module_::import("vantrel._errors").attr("ComError");
-      py::object error = error_type(static_cast<uint32_t>(failure.result),
-                                    StringFromBstr(failure.description.data(),
-                                                   failure.description.size()),
-                                    StringFromBstr(failure.source.data(), failure.source.size()));
+      py::object error =
+          error_type(static_cast<uint32_t>(failure.result),
+                     StringFromBstr(failure.description.data(), failure.description.size()),
+                     StringFromBstr(failure.source.data(), failure.source.size()));
       PyErr_SetObject(error_type.ptr(), error.ptr());
     }
   });

@@ -160,8 +160,8 @@ py::object DispatchRef::Enumerate() {
   VARIANT source;
   InvokeRaw(DISPID_NEWENUM, DISPATCH_METHOD | DISPATCH_PROPERTYGET, py::tuple(), py::dict(),
             &source);
-  IUnknown* object = (source.vt == VT_UNKNOWN || source.vt == VT_DISPATCH) ? source.punkVal
-                                                                          : nullptr;
+  IUnknown* object =
+      (source.vt == VT_UNKNOWN || source.vt == VT_DISPATCH) ? source.punkVal : nullptr;
   IEnumVARIANT* enumerator = nullptr;
   HRESULT result = DISP_E_NOTACOLLECTION;
   {
@@ -240,11 +240,9 @@ void BindDispatchRef(py::module_& module) {
         for (const MemberInfo& member : info->members) {
           py::list parameters;
           for (const ParameterInfo& parameter : member.parameters)
-            parameters.append(py::make_tuple(parameter.name, parameter.optional,
-                                             parameter.type));
+            parameters.append(py::make_tuple(parameter.name, parameter.optional, parameter.type));
           members.append(py::make_tuple(member.name, member.dispid, static_cast<int>(member.kind),
-                                        member.result_type, member.flags, member.help,
-                                        parameters));
+                                        member.result_type, member.flags, member.help, parameters));
         }
         return py::make_tuple(info->name, info->iid, info->help, members);
       });

@@ -148,8 +148,8 @@ class EventConnection {
 // The object's first (and in this library only) connection point.
 IConnectionPoint* FirstConnectionPoint(IDispatch* object) {
   IConnectionPointContainer* container = nullptr;
-  HRESULT result = object->QueryInterface(IID_IConnectionPointContainer,
-                                          reinterpret_cast<void**>(&container));
+  HRESULT result =
+      object->QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(&container));
   if (FAILED(result)) throw FailureOf(result);
   IEnumConnectionPoints* points = nullptr;
   result = container->EnumConnectionPoints(&points);

@@ -22,8 +22,8 @@ std::string GuidText(const GUID& guid) {
 void DescribeNames(ITypeInfo* type, const FUNCDESC& desc, MemberInfo& member) {
   std::vector<BSTR> names(static_cast<size_t>(desc.cParams) + 1, nullptr);
   UINT count = 0;
-  if (SUCCEEDED(type->GetNames(desc.memid, names.data(), static_cast<UINT>(names.size()),
-                               &count))) {
+  if (SUCCEEDED(
+          type->GetNames(desc.memid, names.data(), static_cast<UINT>(names.size()), &count))) {
     for (UINT i = 0; i < count; ++i) {
       std::string name = TakeUtf8(names[i]);
       if (i == 0) {
@@ -98,8 +98,7 @@ std::shared_ptr<const InterfaceInfo> DescribeInterface(IDispatch* object) {
   UINT count = 0;
   if (FAILED(object->GetTypeInfoCount(&count)) || count == 0) return nullptr;
   ITypeInfo* type = nullptr;
-  if (FAILED(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, &type)) || type == nullptr)
-    return nullptr;
+  if (FAILED(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, &type)) || type == nullptr) return nullptr;
   const std::string iid = IidOf(type);
   {
     std::lock_guard<std::mutex> hold(cache_lock);

@@ -88,8 +88,9 @@ PYBIND11_MODULE(_vantrel, module) {
     py::gil_scoped_release unlocked;
     vp::Check(DllUnregisterServer());
   });
-  module.def("can_unload_now", [] { return DllCanUnloadNow() == S_OK; },
-             "True when the library holds no objects and no locks.");
+  module.def(
+      "can_unload_now", [] { return DllCanUnloadNow() == S_OK; },
+      "True when the library holds no objects and no locks.");
   module.def("round_trip", &vp::RoundTrip);
   module.def("date_from_python", &vp::DateFromPython);
   module.def("python_from_date", &vp::PythonFromDate);

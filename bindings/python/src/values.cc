@@ -95,27 +95,48 @@ py::object FromObject(IUnknown* object, bool is_dispatch) {
 py::object FromScalar(const VARIANT& value) {
   switch (value.vt) {
     case VT_EMPTY:
-    case VT_NULL: return py::none();
-    case VT_BOOL: return py::bool_(value.boolVal != VARIANT_FALSE);
-    case VT_I1: return py::int_(static_cast<long>(value.cVal));
-    case VT_UI1: return py::int_(static_cast<long>(value.bVal));
-    case VT_I2: return py::int_(static_cast<long>(value.iVal));
-    case VT_UI2: return py::int_(static_cast<long>(value.uiVal));
-    case VT_I4: return py::int_(static_cast<long>(value.lVal));
-    case VT_UI4: return py::int_(static_cast<unsigned long>(value.ulVal));
-    case VT_INT: return py::int_(static_cast<long>(value.intVal));
-    case VT_UINT: return py::int_(static_cast<unsigned long>(value.uintVal));
-    case VT_I8: return py::int_(static_cast<long long>(value.llVal));
-    case VT_UI8: return py::int_(static_cast<unsigned long long>(value.ullVal));
-    case VT_ERROR: return py::int_(static_cast<uint32_t>(value.scode));
-    case VT_R4: return py::float_(value.fltVal);
-    case VT_R8: return py::float_(value.dblVal);
-    case VT_CY: return py::float_(static_cast<double>(value.cyVal.int64) / 10000.0);
-    case VT_DATE: return PythonFromDate(value.date);
-    case VT_BSTR: return StringFromBstr(value.bstrVal);
-    case VT_DISPATCH: return FromObject(value.pdispVal, true);
-    case VT_UNKNOWN: return FromObject(value.punkVal, false);
-    default: break;
+    case VT_NULL:
+      return py::none();
+    case VT_BOOL:
+      return py::bool_(value.boolVal != VARIANT_FALSE);
+    case VT_I1:
+      return py::int_(static_cast<long>(value.cVal));
+    case VT_UI1:
+      return py::int_(static_cast<long>(value.bVal));
+    case VT_I2:
+      return py::int_(static_cast<long>(value.iVal));
+    case VT_UI2:
+      return py::int_(static_cast<long>(value.uiVal));
+    case VT_I4:
+      return py::int_(static_cast<long>(value.lVal));
+    case VT_UI4:
+      return py::int_(static_cast<unsigned long>(value.ulVal));
+    case VT_INT:
+      return py::int_(static_cast<long>(value.intVal));
+    case VT_UINT:
+      return py::int_(static_cast<unsigned long>(value.uintVal));
+    case VT_I8:
+      return py::int_(static_cast<long long>(value.llVal));
+    case VT_UI8:
+      return py::int_(static_cast<unsigned long long>(value.ullVal));
+    case VT_ERROR:
+      return py::int_(static_cast<uint32_t>(value.scode));
+    case VT_R4:
+      return py::float_(value.fltVal);
+    case VT_R8:
+      return py::float_(value.dblVal);
+    case VT_CY:
+      return py::float_(static_cast<double>(value.cyVal.int64) / 10000.0);
+    case VT_DATE:
+      return PythonFromDate(value.date);
+    case VT_BSTR:
+      return StringFromBstr(value.bstrVal);
+    case VT_DISPATCH:
+      return FromObject(value.pdispVal, true);
+    case VT_UNKNOWN:
+      return FromObject(value.punkVal, false);
+    default:
+      break;
   }
   VARIANT as_double;
   VariantInit(&as_double);
@@ -185,9 +206,9 @@ void PutSequence(py::handle value, VARIANT* out) {
 py::str StringFromBstr(const OLECHAR* text, size_t length) {
   if (text == nullptr || length == 0) return py::str("");
   int byte_order = -1;  // little-endian, as char16_t is stored here
-  PyObject* made = PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(text),
-                                         static_cast<Py_ssize_t>(length * 2), "surrogatepass",
-                                         &byte_order);
+  PyObject* made =
+      PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(text),
+                            static_cast<Py_ssize_t>(length * 2), "surrogatepass", &byte_order);
   if (made == nullptr) throw py::error_already_set();
   return py::reinterpret_steal<py::str>(made);
 }
@@ -201,8 +222,8 @@ BSTR BstrFromString(py::handle text) {
   char* data = nullptr;
   Py_ssize_t size = 0;
   PyBytes_AsStringAndSize(bytes.ptr(), &data, &size);
-  BSTR made = SysAllocStringLen(reinterpret_cast<const OLECHAR*>(data),
-                                static_cast<UINT>(size / 2));
+  BSTR made =
+      SysAllocStringLen(reinterpret_cast<const OLECHAR*>(data), static_cast<UINT>(size / 2));
   if (made == nullptr) throw std::bad_alloc();
   return made;
 }
@@ -211,8 +232,8 @@ double DateFromPython(py::handle value) {
   const Calendar& calendar = TheCalendar();
   py::object moment = py::reinterpret_borrow<py::object>(value);
   if (!py::isinstance(moment, calendar.datetime_type))
-    moment = calendar.datetime_type.attr("combine")(moment, py::module_::import("datetime")
-                                                                .attr("time")());
+    moment = calendar.datetime_type.attr("combine")(moment,
+                                                    py::module_::import("datetime").attr("time")());
   // An aware time is turned into the local wall-clock time the date means.
   if (!moment.attr("tzinfo").is_none())
     moment = moment.attr("astimezone")().attr("replace")(py::arg("tzinfo") = py::none());
@@ -231,8 +252,8 @@ py::object PythonFromDate(double date) {
     throw py::value_error("an automation date out of range");
   const double whole = std::trunc(date);
   const double fraction = std::fabs(date - whole);
-  const long long milliseconds = static_cast<long long>(whole) * 86400000LL +
-                                 std::llround(fraction * kMillisecondsPerDay);
+  const long long milliseconds =
+      static_cast<long long>(whole) * 86400000LL + std::llround(fraction * kMillisecondsPerDay);
   const Calendar& calendar = TheCalendar();
   return calendar.epoch + calendar.timedelta_type(py::arg("milliseconds") = milliseconds);
 }

@@ -37,7 +37,8 @@ std::shared_ptr<Event> MakeEvent(DISPID dispid, const py::list& args) {
       value.vt = VT_BSTR;
       value.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
     } else if (py::isinstance<py::tuple>(arg)) {  // ("object", address)
-      auto* object = reinterpret_cast<IDispatch*>(py::cast<uintptr_t>(py::reinterpret_borrow<py::tuple>(arg)[1]));
+      auto* object = reinterpret_cast<IDispatch*>(
+          py::cast<uintptr_t>(py::reinterpret_borrow<py::tuple>(arg)[1]));
       object->AddRef();
       value.vt = VT_DISPATCH;
       value.pdispVal = object;
@@ -72,12 +73,12 @@ int FireNow(IDispatch* source, Event& event) {
   while (connections->Next(1, &data, &fetched) == S_OK) {
     IDispatch* sink = nullptr;
     if (SUCCEEDED(data.pUnk->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&sink)))) {
-      DISPPARAMS params{event.reversed.data(), nullptr,
-                        static_cast<UINT>(event.reversed.size()), 0};
+      DISPPARAMS params{event.reversed.data(), nullptr, static_cast<UINT>(event.reversed.size()),
+                        0};
       VARIANT result;
       VariantInit(&result);
-      sink->Invoke(event.dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params,
-                   &result, nullptr, nullptr);
+      sink->Invoke(event.dispid, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params, &result,
+                   nullptr, nullptr);
       VariantClear(&result);
       sink->Release();
       ++called;
@@ -186,9 +187,8 @@ PYBIND11_MODULE(_vantrel_test_hooks, module) {
   // The address of a new BlockingCall with one reference, for
   // DispatchRef.from_address; release() drops that reference.
   module.def("blocking_call", [](uintptr_t source, DISPID dispid, const py::list& args) {
-    return reinterpret_cast<uintptr_t>(
-        static_cast<IDispatch*>(new BlockingCall(reinterpret_cast<IDispatch*>(source),
-                                                 MakeEvent(dispid, args))));
+    return reinterpret_cast<uintptr_t>(static_cast<IDispatch*>(
+        new BlockingCall(reinterpret_cast<IDispatch*>(source), MakeEvent(dispid, args))));
   });
   module.def("release", [](uintptr_t object) { reinterpret_cast<IUnknown*>(object)->Release(); });
 }

@@ -19,8 +19,8 @@ using vantrel::platform::RegistryRoot;
 // The default value of a key under HKEY_CLASSES_ROOT, when it is a string.
 bool ReadClassesRootText(const std::string& key, std::string* text) {
   std::unique_ptr<vantrel::platform::SettingsKey> handle;
-  if (vantrel::platform::DefaultSettingsStore().OpenKey(
-          RegistryRoot::kClassesRoot, key, vantrel::platform::kKeyRead, &handle) !=
+  if (vantrel::platform::DefaultSettingsStore().OpenKey(RegistryRoot::kClassesRoot, key,
+                                                        vantrel::platform::kKeyRead, &handle) !=
       vantrel::platform::kErrorSuccess)
     return false;
   vantrel::platform::RegistryValue value;
@@ -33,8 +33,8 @@ bool ReadClassesRootText(const std::string& key, std::string* text) {
 
 bool KeyExists(const std::string& key) {
   std::unique_ptr<vantrel::platform::SettingsKey> handle;
-  return vantrel::platform::DefaultSettingsStore().OpenKey(
-             RegistryRoot::kClassesRoot, key, vantrel::platform::kKeyRead, &handle) ==
+  return vantrel::platform::DefaultSettingsStore().OpenKey(RegistryRoot::kClassesRoot, key,
+                                                           vantrel::platform::kKeyRead, &handle) ==
          vantrel::platform::kErrorSuccess;
 }
 
@@ -49,8 +49,7 @@ HRESULT CoGetClassObject(REFCLSID clsid, DWORD, void*, REFIID iid, void** out) {
   return KeyExists(key) ? CLASS_E_CLASSNOTAVAILABLE : REGDB_E_CLASSNOTREG;
 }
 
-HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid,
-                         void** out) {
+HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** out) {
   if (out == nullptr) return E_POINTER;
   *out = nullptr;
   IClassFactory* factory = nullptr;

@@ -29,10 +29,11 @@ HRESULT FromError(long error) {
 HRESULT RegisterTypeLibrary(const std::string& module_path) {
   const std::string version = std::string("TypeLib\\") + kTypeLibId + "\\1.0";
   const std::string folder = module_path.substr(0, module_path.rfind('/'));
-  for (const auto& [key, text] : {std::pair<std::string, std::string>{version, "Vantrel 1.0 Type Library"},
-                                  {version + "\\0\\linux64", module_path},
-                                  {version + "\\FLAGS", "0"},
-                                  {version + "\\HELPDIR", folder}}) {
+  for (const auto& [key, text] :
+       {std::pair<std::string, std::string>{version, "Vantrel 1.0 Type Library"},
+        {version + "\\0\\linux64", module_path},
+        {version + "\\FLAGS", "0"},
+        {version + "\\HELPDIR", folder}}) {
     const long error = SetDefault(key, text);
     if (error != platform::kErrorSuccess) return FromError(error);
   }

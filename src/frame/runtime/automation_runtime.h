@@ -9,4 +9,4 @@
 #include "com_typedesc.h"    // TYPEATTR, FUNCDESC and the other type records
 #include "com_interfaces.h"  // IUnknown ... IProvideClassInfo and their IIDs
 #include "com_functions.h"   // Sys*, Variant*, SafeArray*, error info, GUID text
-#include "com_activation.h"   // CoCreateInstance, ProgID lookups (the frame's)
+#include "com_activation.h"  // CoCreateInstance, ProgID lookups (the frame's)

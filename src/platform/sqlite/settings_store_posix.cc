@@ -19,7 +19,7 @@
 
 #include "platform/folders.h"
 #include "platform/settings_store.h"
-#include "platform/sqlite_store_posix.h"
+#include "platform/sqlite/sqlite_store_posix.h"
 
 namespace vantrel::platform {
 namespace {

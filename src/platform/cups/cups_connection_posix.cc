@@ -1,6 +1,6 @@
-#include "platform/cups_connection_posix.h"
+#include "platform/cups/cups_connection_posix.h"
 
-#include "platform/cups_mapping_posix.h"
+#include "platform/cups/cups_mapping_posix.h"
 #include "platform/win32_errors.h"
 
 namespace vantrel::platform::cups {
@@ -35,8 +35,8 @@ http_t* ConnectionPool::Take() {
       return http;
     }
   }
-  return httpConnect2(host_.c_str(), port_, nullptr, AF_UNSPEC, HTTP_ENCRYPTION_IF_REQUESTED,
-                      1, kConnectTimeoutMs, nullptr);
+  return httpConnect2(host_.c_str(), port_, nullptr, AF_UNSPEC, HTTP_ENCRYPTION_IF_REQUESTED, 1,
+                      kConnectTimeoutMs, nullptr);
 }
 
 void ConnectionPool::Put(http_t* http) {
@@ -49,8 +49,7 @@ void ConnectionPool::Put(http_t* http) {
   httpClose(http);
 }
 
-ipp_t* ConnectionPool::Do(ipp_t* request, const char* resource, bool about_printer,
-                          long* error) {
+ipp_t* ConnectionPool::Do(ipp_t* request, const char* resource, bool about_printer, long* error) {
   http_t* http = Take();
   if (http == nullptr) {
     ippDelete(request);
@@ -78,8 +77,7 @@ std::string ConnectionPool::PrinterUri(const std::string& name) const {
   char uri[HTTP_MAX_URI];
   const int port = host_.empty() || host_[0] == '/' ? ippPort() : port_;
   if (name.empty()) {
-    httpAssembleURIf(HTTP_URI_CODING_ALL, uri, sizeof uri, "ipp", nullptr, "localhost", port,
-                     "/");
+    httpAssembleURIf(HTTP_URI_CODING_ALL, uri, sizeof uri, "ipp", nullptr, "localhost", port, "/");
   } else {
     httpAssembleURIf(HTTP_URI_CODING_ALL, uri, sizeof uri, "ipp", nullptr, "localhost", port,
                      "/printers/%s", name.c_str());
@@ -96,8 +94,8 @@ ipp_t* NewRequest(ipp_op_t operation, const std::string& uri) {
 }
 
 void AddRequestedAttributes(ipp_t* request, const char* const* names, int count) {
-  ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", count,
-                nullptr, names);
+  ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", count, nullptr,
+                names);
 }
 
 }  // namespace vantrel::platform::cups

@@ -1,4 +1,4 @@
-#include "platform/cups_mapping_posix.h"
+#include "platform/cups/cups_mapping_posix.h"
 
 #include <cups/cups.h>
 
@@ -12,9 +12,9 @@
 namespace vantrel::platform::cups {
 
 const char* const kPrinter2Attributes[] = {
-    "printer-name", "printer-info", "printer-location", "device-uri",
-    "printer-make-and-model", "printer-is-shared", "printer-type", "job-priority-default",
-    "printer-state", "printer-state-reasons", "queued-job-count"};
+    "printer-name",           "printer-info",          "printer-location", "device-uri",
+    "printer-make-and-model", "printer-is-shared",     "printer-type",     "job-priority-default",
+    "printer-state",          "printer-state-reasons", "queued-job-count"};
 const int kPrinter2AttributeCount = sizeof(kPrinter2Attributes) / sizeof(char*);
 const char* const kPrinter4Attributes[] = {"printer-name", "printer-type", "printer-is-shared",
                                            "printer-make-and-model"};
@@ -24,12 +24,23 @@ const char* const kPrinter5Attributes[] = {"printer-name", "device-uri", "printe
 const int kPrinter5AttributeCount = sizeof(kPrinter5Attributes) / sizeof(char*);
 const char* const kPrinter6Attributes[] = {"printer-state", "printer-state-reasons"};
 const int kPrinter6AttributeCount = sizeof(kPrinter6Attributes) / sizeof(char*);
-const char* const kJobAttributes[] = {
-    "job-id", "job-printer-uri", "job-originating-host-name", "job-originating-user-name",
-    "job-name", "document-format", "job-state", "job-state-reasons", "job-priority",
-    "job-hold-until", "job-impressions", "job-impressions-completed", "job-k-octets",
-    "time-at-creation", "time-at-processing", "time-at-completed",
-    "job-printer-state-message"};
+const char* const kJobAttributes[] = {"job-id",
+                                      "job-printer-uri",
+                                      "job-originating-host-name",
+                                      "job-originating-user-name",
+                                      "job-name",
+                                      "document-format",
+                                      "job-state",
+                                      "job-state-reasons",
+                                      "job-priority",
+                                      "job-hold-until",
+                                      "job-impressions",
+                                      "job-impressions-completed",
+                                      "job-k-octets",
+                                      "time-at-creation",
+                                      "time-at-processing",
+                                      "time-at-completed",
+                                      "job-printer-state-message"};
 const int kJobAttributeCount = sizeof(kJobAttributes) / sizeof(char*);
 
 namespace {
@@ -75,8 +86,7 @@ constexpr ReasonBits kJobReasons[] = {
 
 std::string_view WithoutSeverity(std::string_view reason) {
   for (std::string_view suffix : {"-error", "-warning", "-report"}) {
-    if (reason.size() > suffix.size() &&
-        reason.substr(reason.size() - suffix.size()) == suffix)
+    if (reason.size() > suffix.size() && reason.substr(reason.size() - suffix.size()) == suffix)
       return reason.substr(0, reason.size() - suffix.size());
   }
   return reason;
@@ -122,11 +132,10 @@ uint32_t PrinterStatusFrom(int printer_state, const std::vector<std::string>& re
 uint32_t PrinterAttributesFrom(int printer_type, bool is_shared,
                                const std::string& make_and_model) {
   uint32_t attributes = kPrinterAttributeQueued;
-  attributes |= (printer_type & CUPS_PRINTER_REMOTE) ? kPrinterAttributeNetwork
-                                                     : kPrinterAttributeLocal;
+  attributes |=
+      (printer_type & CUPS_PRINTER_REMOTE) ? kPrinterAttributeNetwork : kPrinterAttributeLocal;
   if (printer_type & CUPS_PRINTER_DEFAULT) attributes |= kPrinterAttributeDefault;
-  if (is_shared && !(printer_type & CUPS_PRINTER_NOT_SHARED))
-    attributes |= kPrinterAttributeShared;
+  if (is_shared && !(printer_type & CUPS_PRINTER_NOT_SHARED)) attributes |= kPrinterAttributeShared;
   if (make_and_model == kRawMakeAndModel) attributes |= kPrinterAttributeRawOnly;
   return attributes;
 }
@@ -134,13 +143,26 @@ uint32_t PrinterAttributesFrom(int printer_type, bool is_shared,
 uint32_t JobStatusFrom(int job_state, const std::vector<std::string>& reasons) {
   uint32_t status = 0;
   switch (job_state) {
-    case IPP_JSTATE_HELD: status |= kJobStatusPaused; break;
-    case IPP_JSTATE_PROCESSING: status |= kJobStatusPrinting; break;
-    case IPP_JSTATE_STOPPED: status |= kJobStatusPrinting | kJobStatusBlockedDevq; break;
-    case IPP_JSTATE_CANCELED: status |= kJobStatusDeleted; break;
-    case IPP_JSTATE_ABORTED: status |= kJobStatusError | kJobStatusDeleted; break;
-    case IPP_JSTATE_COMPLETED: status |= kJobStatusPrinted | kJobStatusComplete; break;
-    default: break;
+    case IPP_JSTATE_HELD:
+      status |= kJobStatusPaused;
+      break;
+    case IPP_JSTATE_PROCESSING:
+      status |= kJobStatusPrinting;
+      break;
+    case IPP_JSTATE_STOPPED:
+      status |= kJobStatusPrinting | kJobStatusBlockedDevq;
+      break;
+    case IPP_JSTATE_CANCELED:
+      status |= kJobStatusDeleted;
+      break;
+    case IPP_JSTATE_ABORTED:
+      status |= kJobStatusError | kJobStatusDeleted;
+      break;
+    case IPP_JSTATE_COMPLETED:
+      status |= kJobStatusPrinted | kJobStatusComplete;
+      break;
+    default:
+      break;
   }
   for (const std::string& reason : reasons) {
     for (const ReasonBits& row : kJobReasons)

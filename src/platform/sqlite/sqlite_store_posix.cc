@@ -1,4 +1,4 @@
-#include "platform/sqlite_store_posix.h"
+#include "platform/sqlite/sqlite_store_posix.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/folders.h"
-#include "platform/sqlite_connection_posix.h"
+#include "platform/sqlite/sqlite_connection_posix.h"
 #include "platform/unicode.h"
 #include "platform/win32_errors.h"
 

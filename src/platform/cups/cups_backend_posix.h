@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/cups_connection_posix.h"
+#include "platform/cups/cups_connection_posix.h"
 #include "platform/settings_store.h"
 #include "platform/spooler.h"
 

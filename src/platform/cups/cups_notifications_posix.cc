@@ -1,11 +1,11 @@
-#include "platform/cups_notifications_posix.h"
+#include "platform/cups/cups_notifications_posix.h"
 
 #include <algorithm>
 #include <chrono>
 
 #include "platform/clock.h"
-#include "platform/cups_backend_posix.h"
-#include "platform/cups_mapping_posix.h"
+#include "platform/cups/cups_backend_posix.h"
+#include "platform/cups/cups_mapping_posix.h"
 #include "platform/win32_errors.h"
 
 namespace vantrel::platform::cups {
@@ -19,10 +19,10 @@ constexpr uint32_t kChangeAddJob = 0x100;
 constexpr uint32_t kChangeSetJob = 0x200;
 constexpr uint32_t kChangeDeleteJob = 0x400;
 
-const char* const kEvents[] = {"printer-added",  "printer-deleted",  "printer-modified",
-                               "printer-state-changed", "printer-config-changed",
-                               "job-created",    "job-completed",    "job-state-changed",
-                               "job-config-changed", "job-progress", "server-restarted"};
+const char* const kEvents[] = {
+    "printer-added",          "printer-deleted", "printer-modified", "printer-state-changed",
+    "printer-config-changed", "job-created",     "job-completed",    "job-state-changed",
+    "job-config-changed",     "job-progress",    "server-restarted"};
 
 NotifyItem Text(NotifyType type, uint16_t field, uint32_t id, const std::string& text) {
   NotifyItem item;
@@ -54,24 +54,42 @@ NotifyItem PrinterItem(const PrinterInfo2& p, uint16_t field) {
   constexpr auto kP = NotifyType::kPrinter;
   namespace f = printer_field;
   switch (field) {
-    case f::kServerName: return Text(kP, field, 0, p.server_name);
-    case f::kPrinterName: return Text(kP, field, 0, p.printer_name);
-    case f::kShareName: return Text(kP, field, 0, p.share_name);
-    case f::kPortName: return Text(kP, field, 0, p.port_name);
-    case f::kDriverName: return Text(kP, field, 0, p.driver_name);
-    case f::kComment: return Text(kP, field, 0, p.comment);
-    case f::kLocation: return Text(kP, field, 0, p.location);
-    case f::kSepFile: return Text(kP, field, 0, p.sep_file);
-    case f::kPrintProcessor: return Text(kP, field, 0, p.print_processor);
-    case f::kDatatype: return Text(kP, field, 0, p.datatype);
-    case f::kAttributes: return Number(kP, field, 0, p.attributes);
-    case f::kPriority: return Number(kP, field, 0, p.priority);
-    case f::kDefaultPriority: return Number(kP, field, 0, p.default_priority);
-    case f::kStartTime: return Number(kP, field, 0, p.start_time);
-    case f::kUntilTime: return Number(kP, field, 0, p.until_time);
-    case f::kStatus: return Number(kP, field, 0, p.status);
-    case f::kJobCount: return Number(kP, field, 0, p.jobs);
-    default: return Number(kP, field, 0, 0);  // no CUPS counterpart
+    case f::kServerName:
+      return Text(kP, field, 0, p.server_name);
+    case f::kPrinterName:
+      return Text(kP, field, 0, p.printer_name);
+    case f::kShareName:
+      return Text(kP, field, 0, p.share_name);
+    case f::kPortName:
+      return Text(kP, field, 0, p.port_name);
+    case f::kDriverName:
+      return Text(kP, field, 0, p.driver_name);
+    case f::kComment:
+      return Text(kP, field, 0, p.comment);
+    case f::kLocation:
+      return Text(kP, field, 0, p.location);
+    case f::kSepFile:
+      return Text(kP, field, 0, p.sep_file);
+    case f::kPrintProcessor:
+      return Text(kP, field, 0, p.print_processor);
+    case f::kDatatype:
+      return Text(kP, field, 0, p.datatype);
+    case f::kAttributes:
+      return Number(kP, field, 0, p.attributes);
+    case f::kPriority:
+      return Number(kP, field, 0, p.priority);
+    case f::kDefaultPriority:
+      return Number(kP, field, 0, p.default_priority);
+    case f::kStartTime:
+      return Number(kP, field, 0, p.start_time);
+    case f::kUntilTime:
+      return Number(kP, field, 0, p.until_time);
+    case f::kStatus:
+      return Number(kP, field, 0, p.status);
+    case f::kJobCount:
+      return Number(kP, field, 0, p.jobs);
+    default:
+      return Number(kP, field, 0, 0);  // no CUPS counterpart
   }
 }
 
@@ -80,28 +98,45 @@ NotifyItem JobItem(const JobInfo2& j, uint16_t field) {
   namespace f = job_field;
   const uint32_t id = j.job_id;
   switch (field) {
-    case f::kPrinterName: return Text(kJ, field, id, j.printer_name);
-    case f::kMachineName: return Text(kJ, field, id, j.machine_name);
-    case f::kUserName: return Text(kJ, field, id, j.user_name);
-    case f::kNotifyName: return Text(kJ, field, id, j.notify_name);
-    case f::kDatatype: return Text(kJ, field, id, j.datatype);
-    case f::kPrintProcessor: return Text(kJ, field, id, j.print_processor);
-    case f::kStatusString: return Text(kJ, field, id, j.status_text);
-    case f::kDocument: return Text(kJ, field, id, j.document);
-    case f::kStatus: return Number(kJ, field, id, j.status);
-    case f::kPriority: return Number(kJ, field, id, j.priority);
-    case f::kPosition: return Number(kJ, field, id, j.position);
-    case f::kStartTime: return Number(kJ, field, id, j.start_time);
-    case f::kUntilTime: return Number(kJ, field, id, j.until_time);
-    case f::kTotalPages: return Number(kJ, field, id, j.total_pages);
-    case f::kPagesPrinted: return Number(kJ, field, id, j.pages_printed);
-    case f::kTotalBytes: return Number(kJ, field, id, j.size);
+    case f::kPrinterName:
+      return Text(kJ, field, id, j.printer_name);
+    case f::kMachineName:
+      return Text(kJ, field, id, j.machine_name);
+    case f::kUserName:
+      return Text(kJ, field, id, j.user_name);
+    case f::kNotifyName:
+      return Text(kJ, field, id, j.notify_name);
+    case f::kDatatype:
+      return Text(kJ, field, id, j.datatype);
+    case f::kPrintProcessor:
+      return Text(kJ, field, id, j.print_processor);
+    case f::kStatusString:
+      return Text(kJ, field, id, j.status_text);
+    case f::kDocument:
+      return Text(kJ, field, id, j.document);
+    case f::kStatus:
+      return Number(kJ, field, id, j.status);
+    case f::kPriority:
+      return Number(kJ, field, id, j.priority);
+    case f::kPosition:
+      return Number(kJ, field, id, j.position);
+    case f::kStartTime:
+      return Number(kJ, field, id, j.start_time);
+    case f::kUntilTime:
+      return Number(kJ, field, id, j.until_time);
+    case f::kTotalPages:
+      return Number(kJ, field, id, j.total_pages);
+    case f::kPagesPrinted:
+      return Number(kJ, field, id, j.pages_printed);
+    case f::kTotalBytes:
+      return Number(kJ, field, id, j.size);
     case f::kSubmitted: {
       NotifyItem item = Number(kJ, field, id, 0);
       item.time = j.submitted;
       return item;
     }
-    default: return Number(kJ, field, id, 0);  // no CUPS counterpart (devmode...)
+    default:
+      return Number(kJ, field, id, 0);  // no CUPS counterpart (devmode...)
   }
 }
 
@@ -212,8 +247,9 @@ class CupsWatch : public ChangeWatch {
       NotifyItem item = JobItem(now, field);
       if (created || !SameItem(item, JobItem(before, field))) batch->items.push_back(item);
     }
-    batch->change |= created ? kChangeAddJob
-                             : (now.status & kJobStatusDeleted) ? kChangeDeleteJob : kChangeSetJob;
+    batch->change |= created                            ? kChangeAddJob
+                     : (now.status & kJobStatusDeleted) ? kChangeDeleteJob
+                                                        : kChangeSetJob;
     if (now.status & (kJobStatusDeleted | kJobStatusComplete))
       last_jobs_.erase(id);
     else
@@ -251,7 +287,7 @@ class CupsWatch : public ChangeWatch {
   // The last values seen, read and renewed by the poller thread and by
   // Refresh on the waiting thread.
   std::mutex snapshot_mutex_;
-  PrinterInfo2 last_printer_;                // guarded by snapshot_mutex_
+  PrinterInfo2 last_printer_;               // guarded by snapshot_mutex_
   std::map<uint32_t, JobInfo2> last_jobs_;  // guarded by snapshot_mutex_
 
   std::mutex mutex_;
@@ -334,8 +370,7 @@ bool NotificationHub::EnsureSubscription() {
     }
     subscription_ = 0;  // lost: make a new one below
   }
-  ipp_t* request =
-      NewRequest(IPP_OP_CREATE_PRINTER_SUBSCRIPTIONS, backend_.pool().PrinterUri(""));
+  ipp_t* request = NewRequest(IPP_OP_CREATE_PRINTER_SUBSCRIPTIONS, backend_.pool().PrinterUri(""));
   ippAddString(request, IPP_TAG_SUBSCRIPTION, IPP_TAG_KEYWORD, "notify-pull-method", nullptr,
                "ippget");
   ippAddStrings(request, IPP_TAG_SUBSCRIPTION, IPP_TAG_KEYWORD, "notify-events",

@@ -1,7 +1,7 @@
-#include "platform/cups_backend_posix.h"
+#include "platform/cups/cups_backend_posix.h"
 
-#include "platform/cups_mapping_posix.h"
-#include "platform/cups_notifications_posix.h"
+#include "platform/cups/cups_mapping_posix.h"
+#include "platform/cups/cups_notifications_posix.h"
 #include "platform/registry_value.h"
 #include "platform/win32_errors.h"
 
@@ -67,8 +67,8 @@ long Backend::GetPrinters(const char* const* attributes, int count,
 
 long Backend::GetJob(const std::string& printer, uint32_t job_id, JobInfo2* job) {
   char uri[HTTP_MAX_URI];
-  httpAssembleURIf(HTTP_URI_CODING_ALL, uri, sizeof uri, "ipp", nullptr, "localhost",
-                   pool_.port(), "/jobs/%u", job_id);
+  httpAssembleURIf(HTTP_URI_CODING_ALL, uri, sizeof uri, "ipp", nullptr, "localhost", pool_.port(),
+                   "/jobs/%u", job_id);
   ipp_t* request = ippNewRequest(IPP_OP_GET_JOB_ATTRIBUTES);
   ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_URI, "job-uri", nullptr, uri);
   ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_NAME, "requesting-user-name", nullptr,
@@ -88,8 +88,7 @@ long Backend::GetJob(const std::string& printer, uint32_t job_id, JobInfo2* job)
 
 long Backend::GetJobs(const std::string& printer, std::vector<JobInfo2>* jobs) {
   ipp_t* request = NewRequest(IPP_OP_GET_JOBS, pool_.PrinterUri(printer));
-  ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "which-jobs", nullptr,
-               "not-completed");
+  ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "which-jobs", nullptr, "not-completed");
   AddRequestedAttributes(request, kJobAttributes, kJobAttributeCount);
   long error = kErrorSuccess;
   IppMessage response(pool_.Do(request, "/", true, &error));
@@ -142,8 +141,8 @@ void Backend::FillStoredFields(PrinterInfo2* info, const std::set<std::string>* 
 
 long Backend::StoreFields(const std::string& printer, const PrinterInfo2& info) {
   std::unique_ptr<SettingsKey> key;
-  long error = store().CreateKey(RegistryRoot::kLocalMachine, PrinterKeyPath(printer),
-                                 kKeyReadWrite, &key);
+  long error =
+      store().CreateKey(RegistryRoot::kLocalMachine, PrinterKeyPath(printer), kKeyReadWrite, &key);
   if (error != kErrorSuccess) return error;
   if ((error = key->SetValue(kShareNameValue, MakeStringValue(info.share_name))) != 0 ||
       (error = key->SetValue(kStartTimeValue, MakeDwordValue(info.start_time))) != 0 ||

@@ -1,4 +1,4 @@
-#include "platform/sqlite_connection_posix.h"
+#include "platform/sqlite/sqlite_connection_posix.h"
 
 #include <sqlite3.h>
 

@@ -1,11 +1,11 @@
-#include "platform/spooler_cups_posix.h"
+#include "platform/cups/spooler_cups_posix.h"
 
 #include <mutex>
 #include <set>
 
-#include "platform/cups_backend_posix.h"
-#include "platform/cups_mapping_posix.h"
-#include "platform/cups_notifications_posix.h"
+#include "platform/cups/cups_backend_posix.h"
+#include "platform/cups/cups_mapping_posix.h"
+#include "platform/cups/cups_notifications_posix.h"
 #include "platform/win32_errors.h"
 
 namespace vantrel::platform {
@@ -38,30 +38,30 @@ class CupsPrinter : public SpoolerPrinter {
   uint32_t access() const override { return access_; }
 
   long GetInfo2(PrinterInfo2* info) override {
-    const long error = backend_.GetPrinter(name_, cups::kPrinter2Attributes,
-                                           cups::kPrinter2AttributeCount, info);
+    const long error =
+        backend_.GetPrinter(name_, cups::kPrinter2Attributes, cups::kPrinter2AttributeCount, info);
     if (error == kErrorSuccess) backend_.FillStoredFields(info);
     return error;
   }
   long GetInfo4(PrinterInfo4* info) override {
     PrinterInfo2 full;
-    const long error = backend_.GetPrinter(name_, cups::kPrinter4Attributes,
-                                           cups::kPrinter4AttributeCount, &full);
+    const long error =
+        backend_.GetPrinter(name_, cups::kPrinter4Attributes, cups::kPrinter4AttributeCount, &full);
     if (error == kErrorSuccess) *info = {full.printer_name, full.server_name, full.attributes};
     return error;
   }
   long GetInfo5(PrinterInfo5* info) override {
     PrinterInfo2 full;
-    const long error = backend_.GetPrinter(name_, cups::kPrinter5Attributes,
-                                           cups::kPrinter5AttributeCount, &full);
+    const long error =
+        backend_.GetPrinter(name_, cups::kPrinter5Attributes, cups::kPrinter5AttributeCount, &full);
     if (error == kErrorSuccess)
       *info = {full.printer_name, full.port_name, full.attributes, 15000, 45000};
     return error;
   }
   long GetInfo6(PrinterInfo6* info) override {
     PrinterInfo2 full;
-    const long error = backend_.GetPrinter(name_, cups::kPrinter6Attributes,
-                                           cups::kPrinter6AttributeCount, &full);
+    const long error =
+        backend_.GetPrinter(name_, cups::kPrinter6Attributes, cups::kPrinter6AttributeCount, &full);
     if (error == kErrorSuccess) info->status = full.status;
     return error;
   }
@@ -80,10 +80,17 @@ class CupsPrinter : public SpoolerPrinter {
   long Control(PrinterControl command) override {
     ipp_op_t operation;
     switch (command) {
-      case PrinterControl::kPause: operation = IPP_OP_PAUSE_PRINTER; break;
-      case PrinterControl::kResume: operation = IPP_OP_RESUME_PRINTER; break;
-      case PrinterControl::kPurge: operation = IPP_OP_CANCEL_JOBS; break;
-      default: return kErrorInvalidPrinterCommand;
+      case PrinterControl::kPause:
+        operation = IPP_OP_PAUSE_PRINTER;
+        break;
+      case PrinterControl::kResume:
+        operation = IPP_OP_RESUME_PRINTER;
+        break;
+      case PrinterControl::kPurge:
+        operation = IPP_OP_CANCEL_JOBS;
+        break;
+      default:
+        return kErrorInvalidPrinterCommand;
     }
     if (name_.empty()) return kErrorInvalidHandle;
     return backend_.Send(NewRequest(operation, backend_.pool().PrinterUri(name_)), true);
@@ -116,12 +123,23 @@ class CupsPrinter : public SpoolerPrinter {
     ipp_op_t operation;
     bool purge = false;
     switch (command) {
-      case JobControl::kPause: operation = IPP_OP_HOLD_JOB; break;
-      case JobControl::kResume: operation = IPP_OP_RELEASE_JOB; break;
-      case JobControl::kRestart: operation = IPP_OP_RESTART_JOB; break;
-      case JobControl::kCancel: operation = IPP_OP_CANCEL_JOB; break;
-      case JobControl::kDelete: operation = IPP_OP_CANCEL_JOB, purge = true; break;
-      default: return kErrorNotSupported;
+      case JobControl::kPause:
+        operation = IPP_OP_HOLD_JOB;
+        break;
+      case JobControl::kResume:
+        operation = IPP_OP_RELEASE_JOB;
+        break;
+      case JobControl::kRestart:
+        operation = IPP_OP_RESTART_JOB;
+        break;
+      case JobControl::kCancel:
+        operation = IPP_OP_CANCEL_JOB;
+        break;
+      case JobControl::kDelete:
+        operation = IPP_OP_CANCEL_JOB, purge = true;
+        break;
+      default:
+        return kErrorNotSupported;
     }
     ipp_t* request = JobRequest(operation, job_id);
     if (purge) ippAddBoolean(request, IPP_TAG_OPERATION, "purge-job", 1);
@@ -141,8 +159,7 @@ class CupsPrinter : public SpoolerPrinter {
       changed = true;
     }
     if (info.document != now.document) {
-      ippAddString(request, IPP_TAG_JOB, IPP_TAG_NAME, "job-name", nullptr,
-                   info.document.c_str());
+      ippAddString(request, IPP_TAG_JOB, IPP_TAG_NAME, "job-name", nullptr, info.document.c_str());
       changed = true;
     }
     if (info.start_time != now.start_time) {
@@ -158,8 +175,7 @@ class CupsPrinter : public SpoolerPrinter {
     return backend_.Send(request, false);
   }
 
-  long GetData(std::string_view value_name, uint32_t* type,
-               std::vector<uint8_t>* data) override {
+  long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) override {
     return backend_.GetStoredData(name_, "", std::string(value_name), type, data);
   }
   long GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
@@ -245,8 +261,7 @@ class CupsPrinter : public SpoolerPrinter {
 
   ipp_t* JobRequest(ipp_op_t operation, uint32_t job_id) {
     ipp_t* request = NewRequest(operation, backend_.pool().PrinterUri(name_));
-    ippAddInteger(request, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id",
-                  static_cast<int>(job_id));
+    ippAddInteger(request, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", static_cast<int>(job_id));
     return request;
   }
 

@@ -58,12 +58,12 @@ class NotificationHub {
   bool stopping_ = false;            // guarded by mutex_
   bool running_ = false;             // guarded by mutex_: a poller is looping
   std::thread poller_;               // started with the first watch
-  std::mutex subscription_mutex_;  // taken before mutex_, never after it
-  int subscription_ = 0;           // guarded by subscription_mutex_
-  int subscribers_ = 0;            // guarded by subscription_mutex_: live watches
-  int next_sequence_ = 1;          // guarded by subscription_mutex_
-  uint64_t renewed_at_ = 0;        // guarded by subscription_mutex_
-  bool lost_ = false;  // guarded by subscription_mutex_: events may have been missed
+  std::mutex subscription_mutex_;    // taken before mutex_, never after it
+  int subscription_ = 0;             // guarded by subscription_mutex_
+  int subscribers_ = 0;              // guarded by subscription_mutex_: live watches
+  int next_sequence_ = 1;            // guarded by subscription_mutex_
+  uint64_t renewed_at_ = 0;          // guarded by subscription_mutex_
+  bool lost_ = false;                // guarded by subscription_mutex_: events may have been missed
 };
 
 }  // namespace vantrel::platform::cups

@@ -34,8 +34,7 @@ inline constexpr char kRawMakeAndModel[] = "Local Raw Printer";
 // (with or without their -error, -warning, -report suffix) as a status word.
 uint32_t PrinterStatusFrom(int printer_state, const std::vector<std::string>& reasons);
 // printer-type bits, printer-is-shared and the make-and-model as attributes.
-uint32_t PrinterAttributesFrom(int printer_type, bool is_shared,
-                               const std::string& make_and_model);
+uint32_t PrinterAttributesFrom(int printer_type, bool is_shared, const std::string& make_and_model);
 // job-state (3 pending .. 9 completed) and job-state-reasons as a job status.
 uint32_t JobStatusFrom(int job_state, const std::vector<std::string>& reasons);
 
