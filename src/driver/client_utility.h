@@ -17,6 +17,8 @@
 
 namespace vantrel {
 
+class PrinterRegistry;
+
 // The printer an exchange is for.
 struct XpmlPrinterContext {
   std::string printer;           // the printer's name
@@ -31,6 +33,10 @@ constexpr uint32_t kDefaultConnectionTimeoutMs = 1000;
 constexpr uint32_t kDefaultXpmlServerPort = 5130;
 // How long a reply may take once the request is sent.
 constexpr uint32_t kXpmlReplyTimeoutMs = 30000;
+// Where a service on this computer publishes the loopback port of its local
+// route (a 4-byte value under the machine's driver key).
+constexpr const char* kLocalRoutePortPath = "LOCAL:XPML/Local Port";
+constexpr const char* kLoopbackAddress = "127.0.0.1";
 
 // What a test replaces; empty members mean the process's own.
 struct ClientUtilityHooks {
@@ -51,15 +57,27 @@ class ClientUtility {
   explicit ClientUtility(std::shared_ptr<TCPSocketManager> manager = nullptr,
                          platform::SettingsStore* store = nullptr, Hooks hooks = {});
 
-  // Sends `xpml` and returns the reply body; nothing when the route is
-  // switched off, no connection could be made within the configured attempts
-  // and time-outs, or the reply was not a complete "200" answer within its
-  // bounds. Blocks for the exchange; any thread.
-  std::optional<std::string> SendReceive(const XpmlPrinterContext& context, std::string_view xpml);
+  // Which route answered an exchange.
+  static constexpr int kNoRoute = 0;
+  static constexpr int kTcpRoute = 1;
+  static constexpr int kLocalRoute = 2;
+
+  // Sends `xpml` and returns the reply body. The TCP route comes first: the
+  // configured server and port, unless its switch is off. When it yields
+  // nothing and the printer is not a connection to another server's printer,
+  // the local route follows: the service of this computer on the loopback
+  // port it published (kLocalRoutePortPath), if it did. Nothing when neither
+  // route gave a complete "200" answer within the configured attempts,
+  // time-outs and bounds. `route`, when given, is set to the route that
+  // answered or kNoRoute. Blocks for the exchange; any thread.
+  std::optional<std::string> SendReceive(const XpmlPrinterContext& context, std::string_view xpml,
+                                         int* route = nullptr);
 
   // The service's port: "NETWORK:XPML Server Port" (5130 when absent),
   // replaced by the printer's own "XPML Server Port" data value when it has
-  // one, which is then stored. Blocks on the store and spooler; any thread.
+  // one, which is then stored. Only a printer of this computer has such a
+  // value; the TCP route of any other uses "NETWORK:TCP Port" (6160 when
+  // absent) instead. Blocks on the store and spooler; any thread.
   uint32_t GetRefactoredTcpPortNumber(const XpmlPrinterContext& context);
 
   // The transaction id the service sent with the last reply ("TID").
@@ -68,7 +86,10 @@ class ClientUtility {
  private:
   struct Settings;
   Settings ReadSettings(const XpmlPrinterContext& context);
-  std::optional<std::string> Exchange(const Settings& settings, const std::string& request);
+  static bool DiscoversPort(const XpmlPrinterContext& context);
+  uint32_t RefactoredPort(PrinterRegistry& registry, const XpmlPrinterContext& context);
+  std::optional<std::string> Exchange(const std::string& host, uint32_t port,
+                                      const Settings& settings, const std::string& request);
   std::string BuildRequest(const XpmlPrinterContext& context, std::string_view xpml);
   std::optional<uint32_t> ReadPrinterDataPort(const std::string& printer) const;
   void Log(uint32_t level, const std::string& line) const;

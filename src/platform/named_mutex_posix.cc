@@ -3,8 +3,10 @@
 // its state:
 //   byte 0, exclusive: held by the process that holds the mutex;
 //   byte 1, shared:    held by every process that has the mutex open.
-// While held, the file contains the holder's process id; Release empties it.
-// A waiter that finds an id left behind knows the holder died: abandoned. As a
+// While held, the file's first bytes hold the holder's process id; Release
+// clears them. A waiter that finds an id left behind knows the holder died:
+// abandoned. Every process maps those bytes, so taking and releasing the
+// mutex costs two byte-lock calls and no file writes. As a
 // Windows mutex is destroyed with its last handle, the last process to close
 // the mutex removes the file, and a process that opens it while nobody else
 // has it open forgets an id left by a dead process.
@@ -17,6 +19,7 @@
 #include "platform/named_mutex.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,6 +28,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -136,13 +140,40 @@ bool LockByte(int fd, short type, off_t byte, bool wait) {
   }
 }
 
-bool ClearHolder(int fd) { return ftruncate(fd, 0) == 0; }
+// The bytes at the start of the file that name the holder: its process id in
+// decimal and a newline, then zeros. All zeros: nobody holds it.
+constexpr size_t kHolderRecordSize = 32;
 
-bool RecordHolder(int fd) {
-  const std::string holder = std::to_string(getpid()) + "\n";
-  return ClearHolder(fd) &&
-         pwrite(fd, holder.data(), holder.size(), 0) == static_cast<ssize_t>(holder.size());
+// Empties the file and gives it the holder record's size, all zeros. Only
+// while no other process has the file open.
+bool ResetFile(int fd) { return ftruncate(fd, 0) == 0 && ftruncate(fd, kHolderRecordSize) == 0; }
+
+// Extends a file left shorter (by a dead process between its two truncations)
+// to the record's size; extending only adds zeros, so a concurrent opener
+// loses nothing.
+bool HasRoomForRecord(int fd) {
+  struct stat info {};
+  if (fstat(fd, &info) != 0) return false;
+  return static_cast<size_t>(info.st_size) >= kHolderRecordSize ||
+         ftruncate(fd, kHolderRecordSize) == 0;
 }
+
+char* MapHolderRecord(int fd) {
+  void* mapped = mmap(nullptr, kHolderRecordSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  return mapped == MAP_FAILED ? nullptr : static_cast<char*>(mapped);
+}
+
+// The byte lock orders these accesses between processes: only the holder of
+// byte 0 reads or writes the record.
+void RecordHolder(char* record) {
+  const std::string holder = std::to_string(getpid()) + "\n";
+  std::memset(record, 0, kHolderRecordSize);
+  std::memcpy(record, holder.data(), std::min(holder.size(), kHolderRecordSize));
+}
+
+void ClearHolder(char* record) { std::memset(record, 0, kHolderRecordSize); }
+
+bool HolderLeftBehind(const char* record) { return record[0] != '\0'; }
 
 bool IsContention(int error) { return error == EAGAIN || error == EACCES; }
 
@@ -198,6 +229,7 @@ struct SharedLock {
   std::string name;
   std::string path;
   int fd = -1;
+  char* record = nullptr;  // the mapped holder record; null for a private mutex
   OwnerGate gate;
 };
 
@@ -206,7 +238,7 @@ struct SharedLock {
 bool AnnouncePresence(int fd) {
   if (!LockByte(fd, F_RDLCK, kPresenceByte, /*wait=*/true)) return false;
   if (LockByte(fd, F_WRLCK, kPresenceByte, /*wait=*/false)) {
-    if (!ClearHolder(fd)) return false;
+    if (!ResetFile(fd)) return false;
     return LockByte(fd, F_RDLCK, kPresenceByte, /*wait=*/false);
   }
   return IsContention(errno);
@@ -221,17 +253,23 @@ bool IsFileAt(int fd, const std::string& path) {
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
-long OpenLockFile(const std::string& path, int* fd) {
+long OpenLockFile(const std::string& path, int* fd, char** record) {
   for (int attempt = 0; attempt < 100; ++attempt) {
     *fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (*fd < 0) return LastPlatformError();
     fchmod(*fd, 0666);  // every user may take it; fails harmlessly on another user's file
-    if (!AnnouncePresence(*fd)) {
+    if (!AnnouncePresence(*fd) || !HasRoomForRecord(*fd)) {
       const long error = LastPlatformError();
       close(*fd);
       return error;
     }
-    if (IsFileAt(*fd, path)) return kErrorSuccess;
+    if (IsFileAt(*fd, path)) {
+      *record = MapHolderRecord(*fd);
+      if (*record != nullptr) return kErrorSuccess;
+      const long error = LastPlatformError();
+      close(*fd);
+      return error;
+    }
     close(*fd);
   }
   return kErrorBusy;
@@ -239,7 +277,8 @@ long OpenLockFile(const std::string& path, int* fd) {
 
 // Removes the lock file when no other process has it open, so that the
 // runtime folder keeps only the files in use (and those of dead processes).
-void CloseLockFile(int fd, const std::string& path) {
+void CloseLockFile(int fd, char* record, const std::string& path) {
+  munmap(record, kHolderRecordSize);
   if (LockByte(fd, F_WRLCK, kPresenceByte, /*wait=*/false)) unlink(path.c_str());
   close(fd);
 }
@@ -263,12 +302,13 @@ class LockTable {
     long error = PrepareRuntimeFolder(folder);
     const std::string path = JoinPath(folder, EncodeName(name) + ".lock");
     int fd = -1;
-    if (error == kErrorSuccess) error = OpenLockFile(path, &fd);
+    char* record = nullptr;
+    if (error == kErrorSuccess) error = OpenLockFile(path, &fd, &record);
     if (error != kErrorSuccess) {
       locks_.erase(name);
       return error;
     }
-    auto* shared = new SharedLock{name, path, fd, {}};
+    auto* shared = new SharedLock{name, path, fd, record, {}};
     *lock = std::shared_ptr<SharedLock>(shared, [this](SharedLock* dying) { Close(dying); });
     locks_[name] = *lock;
     return kErrorSuccess;
@@ -281,7 +321,7 @@ class LockTable {
     if (found != locks_.end() && found->second.expired()) locks_.erase(found);
     // Closing drops both byte locks; a holder id still in the file makes the
     // next acquirer see the mutex as abandoned.
-    CloseLockFile(dying->fd, dying->path);
+    CloseLockFile(dying->fd, dying->record, dying->path);
     delete dying;
   }
 
@@ -313,9 +353,7 @@ class PosixNamedMutex : public NamedMutex {
     // Clear and unlock before another thread of this process may take the gate:
     // it shares the descriptor, so its lock request would succeed at once.
     if (lock_->fd >= 0) {
-      // Should the clearing fail, the next holder is told "abandoned"; the lock
-      // is given up all the same.
-      ClearHolder(lock_->fd);
+      ClearHolder(lock_->record);
       LockByte(lock_->fd, F_UNLCK, kHolderByte, /*wait=*/false);
     }
     lock_->gate.Free();
@@ -332,11 +370,8 @@ class PosixNamedMutex : public NamedMutex {
       SleepMilliseconds(std::max<uint32_t>(1, deadline.RemainingMs(pause_ms)));
       pause_ms = std::min(pause_ms * 2, kLongestPollMs);
     }
-    char previous[32];
-    const bool abandoned = pread(lock_->fd, previous, sizeof previous, 0) > 0;
-    // Should the writing fail, a death while holding goes unnoticed; the mutex
-    // works all the same.
-    RecordHolder(lock_->fd);
+    const bool abandoned = HolderLeftBehind(lock_->record);
+    RecordHolder(lock_->record);
     return abandoned ? WaitResult::kAbandoned : WaitResult::kAcquired;
   }
 
