@@ -59,7 +59,7 @@ void ClientUtility::Log(uint32_t level, const std::string& line) const {
 }
 
 std::string ClientUtility::last_transaction_id() const {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   return last_transaction_id_;
 }
 
@@ -144,7 +144,7 @@ std::optional<uint32_t> ClientUtility::ReadPrinterDataPort(const std::string& pr
 std::string ClientUtility::BuildRequest(const XpmlPrinterContext& context, std::string_view xpml) {
   uint32_t transaction;
   {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     transaction = next_transaction_++;
   }
   const std::string target = "/xpml?persist=1&transactid=" + std::to_string(transaction) +
@@ -208,7 +208,7 @@ std::optional<std::string> ClientUtility::Exchange(const std::string& host, uint
       }
       if (reply.start[1] != "200") return std::nullopt;
       {
-        std::lock_guard<std::mutex> hold(mutex_);
+        MutexLock hold(mutex_);
         last_transaction_id_ = reply.Field("TID");
       }
       return reply.body;

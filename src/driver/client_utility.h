@@ -14,6 +14,7 @@
 #include "driver/tcp_socket_manager.h"
 #include "platform/settings_store.h"
 #include "platform/spooler.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel {
 
@@ -97,9 +98,9 @@ class ClientUtility {
   const std::shared_ptr<TCPSocketManager> manager_;
   platform::SettingsStore* const store_;
   const Hooks hooks_;
-  mutable std::mutex mutex_;
-  uint32_t next_transaction_ = 1;    // guarded by mutex_
-  std::string last_transaction_id_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  uint32_t next_transaction_ GUARDED_BY(mutex_) = 1;
+  std::string last_transaction_id_ GUARDED_BY(mutex_);
 };
 
 }  // namespace vantrel

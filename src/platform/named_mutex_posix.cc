@@ -30,7 +30,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <thread>
 
 #include "platform/clock.h"
@@ -38,6 +37,7 @@
 #include "platform/native_thread.h"
 #include "platform/platform_error_posix.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform {
 namespace {
@@ -76,7 +76,7 @@ class OwnerGate {
  public:
   // True, counting one more level, when the calling thread holds the mutex.
   bool TryReenter() {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (owner_ != std::this_thread::get_id() || depth_ == 0) return false;
     ++depth_;
     return true;
@@ -84,12 +84,13 @@ class OwnerGate {
 
   // Waits until no other thread owns the gate and takes it. False on time-out.
   bool Claim(const Deadline& deadline) {
-    std::unique_lock<std::mutex> hold(mutex_);
-    const auto free = [this] { return owner_ == std::thread::id(); };
-    if (deadline.infinite()) {
-      released_.wait(hold, free);
-    } else if (!released_.wait_until(hold, deadline.at(), free)) {
-      return false;
+    MutexLock hold(mutex_);
+    while (owner_ != std::thread::id()) {
+      if (deadline.infinite()) {
+        hold.Wait(released_);
+      } else if (!hold.WaitUntil(released_, deadline.at()) && owner_ != std::thread::id()) {
+        return false;
+      }
     }
     owner_ = std::this_thread::get_id();
     depth_ = 0;
@@ -98,7 +99,7 @@ class OwnerGate {
 
   // After Claim: the mutex is now held.
   void Confirm() {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     depth_ = 1;
   }
 
@@ -106,7 +107,7 @@ class OwnerGate {
   // `last` tells whether that was the outermost level (the gate stays owned
   // until Free).
   bool Leave(bool* last) {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (owner_ != std::this_thread::get_id() || depth_ == 0) return false;
     *last = --depth_ == 0;
     return true;
@@ -114,7 +115,7 @@ class OwnerGate {
 
   void Free() {
     {
-      std::lock_guard<std::mutex> hold(mutex_);
+      MutexLock hold(mutex_);
       owner_ = std::thread::id();
       depth_ = 0;
     }
@@ -122,10 +123,10 @@ class OwnerGate {
   }
 
  private:
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable released_;
-  std::thread::id owner_;  // guarded by mutex_
-  uint32_t depth_ = 0;     // guarded by mutex_
+  std::thread::id owner_ GUARDED_BY(mutex_);
+  uint32_t depth_ GUARDED_BY(mutex_) = 0;
 };
 
 bool LockByte(int fd, short type, off_t byte, bool wait) {
@@ -293,7 +294,7 @@ class LockTable {
   }
 
   long Open(const std::string& name, std::shared_ptr<SharedLock>* lock) {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (auto existing = locks_[name].lock()) {
       *lock = std::move(existing);
       return kErrorSuccess;
@@ -316,7 +317,7 @@ class LockTable {
 
  private:
   void Close(SharedLock* dying) {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     const auto found = locks_.find(dying->name);
     if (found != locks_.end() && found->second.expired()) locks_.erase(found);
     // Closing drops both byte locks; a holder id still in the file makes the
@@ -325,8 +326,8 @@ class LockTable {
     delete dying;
   }
 
-  std::mutex mutex_;
-  std::map<std::string, std::weak_ptr<SharedLock>> locks_;  // guarded by mutex_
+  Mutex mutex_;
+  std::map<std::string, std::weak_ptr<SharedLock>> locks_ GUARDED_BY(mutex_);
 };
 
 class PosixNamedMutex : public NamedMutex {

@@ -213,7 +213,7 @@ long SqliteConnection::CachedRead(const std::string& memo_key, const AnswerBody&
 long SqliteConnection::Write(const Body& body) { return RunTransaction(true, body); }
 
 long SqliteConnection::RunTransaction(bool write, const Body& body) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   const uint64_t deadline = TickCount64() + kBusyLimitMs;
   uint32_t pause_ms = 1;
   while (true) {

@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/sqlite/store_read_cache_posix.h"
+#include "platform/thread_annotations.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -111,7 +111,7 @@ class SqliteConnection {
   long RunTransaction(bool write, const Body& body);
   long RunOnce(bool write, const Body& body);
 
-  std::mutex mutex_;  // serialises every use of db_
+  Mutex mutex_;  // serialises every use of db_
   sqlite3* const db_;
   const bool read_only_;
   const bool stand_in_;

@@ -6,13 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
 #include "platform/folders.h"
 #include "platform/sqlite/sqlite_connection_posix.h"
 #include "platform/unicode.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform {
 namespace {
@@ -346,7 +346,7 @@ class StoreFile {
 
   // The connection to use now. Blocks while opening the file.
   long Connection(std::shared_ptr<SqliteConnection>* connection) {
-    std::lock_guard lock(mutex_);
+    MutexLock lock(mutex_);
     const bool settled = connection_ && !connection_->is_stand_in();
     const bool still_missing = connection_ && !settled && !Exists(path_);
     if (!settled && !still_missing) {
@@ -393,8 +393,8 @@ class StoreFile {
   const std::string folder_;
   const std::string path_;
   const bool read_only_;
-  std::mutex mutex_;
-  std::shared_ptr<SqliteConnection> connection_;  // guarded by mutex_
+  Mutex mutex_;
+  std::shared_ptr<SqliteConnection> connection_ GUARDED_BY(mutex_);
 };
 
 // --- The store ---

@@ -18,7 +18,7 @@ void StoreReadCache::ForgetIfStaleLocked(uint64_t stamp) {
 }
 
 bool StoreReadCache::Find(uint64_t stamp, const std::string& memo_key, StoreReadAnswer* answer) {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   ForgetIfStaleLocked(stamp);
   const auto found = answers_.find(memo_key);
   if (found == answers_.end()) return false;
@@ -29,7 +29,7 @@ bool StoreReadCache::Find(uint64_t stamp, const std::string& memo_key, StoreRead
 void StoreReadCache::Remember(uint64_t stamp, const std::string& memo_key,
                               const StoreReadAnswer& answer) {
   if (!IsSettled(answer.error)) return;
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   // Read under an older count: a write may have landed since, so the answer
   // may already be stale. Under a newer one, everything held is stale.
   if (stamp < stamp_) return;

@@ -5,11 +5,11 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
 #include "platform/registry_value.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform {
 
@@ -35,12 +35,12 @@ class StoreReadCache {
   // scan (an export, an enumeration) whose answers are not worth keeping.
   static constexpr size_t kMostAnswers = 4096;
 
-  // Drops everything remembered under another count. Expects mutex_ held.
-  void ForgetIfStaleLocked(uint64_t stamp);
+  // Drops everything remembered under another count.
+  void ForgetIfStaleLocked(uint64_t stamp) REQUIRES(mutex_);
 
-  std::mutex mutex_;
-  uint64_t stamp_ = 0;                                        // guarded by mutex_
-  std::unordered_map<std::string, StoreReadAnswer> answers_;  // guarded by mutex_
+  Mutex mutex_;
+  uint64_t stamp_ GUARDED_BY(mutex_) = 0;
+  std::unordered_map<std::string, StoreReadAnswer> answers_ GUARDED_BY(mutex_);
 };
 
 }  // namespace vantrel::platform
