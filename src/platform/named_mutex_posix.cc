@@ -4,9 +4,9 @@
 //   byte 0, exclusive: held by the process that holds the mutex;
 //   byte 1, shared:    held by every process that has the mutex open.
 // While held, the file's first bytes hold the holder's process id; Release
-// clears them. A waiter that finds an id left behind knows the holder died:
-// abandoned. Every process maps those bytes, so taking and releasing the
-// mutex costs two byte-lock calls and no file writes. As a
+// clears the first. A waiter that finds an id left behind knows the holder
+// died: abandoned. Taking and releasing costs two byte-lock calls, one read
+// and two small writes in place; the file is never truncated in use. As a
 // Windows mutex is destroyed with its last handle, the last process to close
 // the mutex removes the file, and a process that opens it while nobody else
 // has it open forgets an id left by a dead process.
@@ -19,7 +19,6 @@
 #include "platform/named_mutex.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -142,39 +141,33 @@ bool LockByte(int fd, short type, off_t byte, bool wait) {
 }
 
 // The bytes at the start of the file that name the holder: its process id in
-// decimal and a newline, then zeros. All zeros: nobody holds it.
+// decimal and a newline, then zeros. An empty file or a zero first byte:
+// nobody holds it. Read and written with pread/pwrite, never mapped: the file
+// is writable by everyone, and a mapping would turn another user's truncation
+// into a crash.
 constexpr size_t kHolderRecordSize = 32;
 
-// Empties the file and gives it the holder record's size, all zeros. Only
-// while no other process has the file open.
-bool ResetFile(int fd) { return ftruncate(fd, 0) == 0 && ftruncate(fd, kHolderRecordSize) == 0; }
-
-// Extends a file left shorter (by a dead process between its two truncations)
-// to the record's size; extending only adds zeros, so a concurrent opener
-// loses nothing.
-bool HasRoomForRecord(int fd) {
-  struct stat info {};
-  if (fstat(fd, &info) != 0) return false;
-  return static_cast<size_t>(info.st_size) >= kHolderRecordSize ||
-         ftruncate(fd, kHolderRecordSize) == 0;
-}
-
-char* MapHolderRecord(int fd) {
-  void* mapped = mmap(nullptr, kHolderRecordSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  return mapped == MAP_FAILED ? nullptr : static_cast<char*>(mapped);
-}
+// Forgets whatever the file says. Only while no other process has it open.
+bool ResetFile(int fd) { return ftruncate(fd, 0) == 0; }
 
 // The byte lock orders these accesses between processes: only the holder of
-// byte 0 reads or writes the record.
-void RecordHolder(char* record) {
+// byte 0 reads or writes the record. Should the writing fail, a death while
+// holding goes unnoticed; the mutex works all the same.
+void RecordHolder(int fd) {
+  char record[kHolderRecordSize] = {};
   const std::string holder = std::to_string(getpid()) + "\n";
-  std::memset(record, 0, kHolderRecordSize);
-  std::memcpy(record, holder.data(), std::min(holder.size(), kHolderRecordSize));
+  std::memcpy(record, holder.data(), std::min(holder.size(), sizeof record));
+  static_cast<void>(pwrite(fd, record, sizeof record, 0));
 }
 
-void ClearHolder(char* record) { std::memset(record, 0, kHolderRecordSize); }
+// One zero byte suffices: only the first byte tells. Should it fail, the next
+// holder is told "abandoned"; the lock is given up all the same.
+void ClearHolder(int fd) { static_cast<void>(pwrite(fd, "", 1, 0)); }
 
-bool HolderLeftBehind(const char* record) { return record[0] != '\0'; }
+bool HolderLeftBehind(int fd) {
+  char first = '\0';
+  return pread(fd, &first, 1, 0) == 1 && first != '\0';
+}
 
 bool IsContention(int error) { return error == EAGAIN || error == EACCES; }
 
@@ -230,7 +223,6 @@ struct SharedLock {
   std::string name;
   std::string path;
   int fd = -1;
-  char* record = nullptr;  // the mapped holder record; null for a private mutex
   OwnerGate gate;
 };
 
@@ -254,23 +246,17 @@ bool IsFileAt(int fd, const std::string& path) {
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
-long OpenLockFile(const std::string& path, int* fd, char** record) {
+long OpenLockFile(const std::string& path, int* fd) {
   for (int attempt = 0; attempt < 100; ++attempt) {
     *fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (*fd < 0) return LastPlatformError();
     fchmod(*fd, 0666);  // every user may take it; fails harmlessly on another user's file
-    if (!AnnouncePresence(*fd) || !HasRoomForRecord(*fd)) {
+    if (!AnnouncePresence(*fd)) {
       const long error = LastPlatformError();
       close(*fd);
       return error;
     }
-    if (IsFileAt(*fd, path)) {
-      *record = MapHolderRecord(*fd);
-      if (*record != nullptr) return kErrorSuccess;
-      const long error = LastPlatformError();
-      close(*fd);
-      return error;
-    }
+    if (IsFileAt(*fd, path)) return kErrorSuccess;
     close(*fd);
   }
   return kErrorBusy;
@@ -278,8 +264,7 @@ long OpenLockFile(const std::string& path, int* fd, char** record) {
 
 // Removes the lock file when no other process has it open, so that the
 // runtime folder keeps only the files in use (and those of dead processes).
-void CloseLockFile(int fd, char* record, const std::string& path) {
-  munmap(record, kHolderRecordSize);
+void CloseLockFile(int fd, const std::string& path) {
   if (LockByte(fd, F_WRLCK, kPresenceByte, /*wait=*/false)) unlink(path.c_str());
   close(fd);
 }
@@ -303,13 +288,12 @@ class LockTable {
     long error = PrepareRuntimeFolder(folder);
     const std::string path = JoinPath(folder, EncodeName(name) + ".lock");
     int fd = -1;
-    char* record = nullptr;
-    if (error == kErrorSuccess) error = OpenLockFile(path, &fd, &record);
+    if (error == kErrorSuccess) error = OpenLockFile(path, &fd);
     if (error != kErrorSuccess) {
       locks_.erase(name);
       return error;
     }
-    auto* shared = new SharedLock{name, path, fd, record, {}};
+    auto* shared = new SharedLock{name, path, fd, {}};
     *lock = std::shared_ptr<SharedLock>(shared, [this](SharedLock* dying) { Close(dying); });
     locks_[name] = *lock;
     return kErrorSuccess;
@@ -322,7 +306,7 @@ class LockTable {
     if (found != locks_.end() && found->second.expired()) locks_.erase(found);
     // Closing drops both byte locks; a holder id still in the file makes the
     // next acquirer see the mutex as abandoned.
-    CloseLockFile(dying->fd, dying->record, dying->path);
+    CloseLockFile(dying->fd, dying->path);
     delete dying;
   }
 
@@ -354,7 +338,7 @@ class PosixNamedMutex : public NamedMutex {
     // Clear and unlock before another thread of this process may take the gate:
     // it shares the descriptor, so its lock request would succeed at once.
     if (lock_->fd >= 0) {
-      ClearHolder(lock_->record);
+      ClearHolder(lock_->fd);
       LockByte(lock_->fd, F_UNLCK, kHolderByte, /*wait=*/false);
     }
     lock_->gate.Free();
@@ -371,8 +355,8 @@ class PosixNamedMutex : public NamedMutex {
       SleepMilliseconds(std::max<uint32_t>(1, deadline.RemainingMs(pause_ms)));
       pause_ms = std::min(pause_ms * 2, kLongestPollMs);
     }
-    const bool abandoned = HolderLeftBehind(lock_->record);
-    RecordHolder(lock_->record);
+    const bool abandoned = HolderLeftBehind(lock_->fd);
+    RecordHolder(lock_->fd);
     return abandoned ? WaitResult::kAbandoned : WaitResult::kAcquired;
   }
 

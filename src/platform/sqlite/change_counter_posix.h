@@ -9,6 +9,12 @@
 // therefore knows that no transaction committed in between, and a writer that
 // dies between its commit and the second bump has still invalidated every
 // answer remembered before its transaction began.
+//
+// The file is mapped, so it must never shrink while in use: only this code
+// writes it, only by extending, and it carries the database's permission
+// bits, so no one who could not damage the database itself can truncate it.
+// Deleting it while processes use the store is not supported (as deleting a
+// database's journal is not): they would go on watching the old count.
 #pragma once
 
 #include <cstdint>
