@@ -4,14 +4,15 @@
 NATIVE    := build
 WINDOWS   := build-windows
 FUZZ      := build-fuzz
+CLANG     := build-clang
 CMAKE_GEN := -G Ninja -DPython3_EXECUTABLE=/usr/bin/python3
 
-.PHONY: demo test deps native windows fuzz test-asan test-tsan fuzz-long bench format tidy clean
+.PHONY: demo test deps native windows fuzz thread-safety test-asan test-tsan fuzz-long bench format tidy clean
 
 demo: native
 	scripts/demo $(NATIVE)
 
-test: native windows fuzz
+test: thread-safety native windows fuzz
 	scripts/run-tests --native $(NATIVE) --windows $(WINDOWS) --fuzz $(FUZZ)
 
 deps:
@@ -29,6 +30,12 @@ windows: deps
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ) $(CMAKE_GEN) -DVANTREL_FUZZ=ON >/dev/null
 	ninja -C $(FUZZ)
+
+# Every source the native build compiles, checked by Clang's thread-safety
+# analysis (front end only: nothing is generated or linked).
+thread-safety: deps
+	CC=clang CXX=clang++ cmake -S . -B $(CLANG) $(CMAKE_GEN) >/dev/null
+	scripts/thread-safety-check $(CLANG)
 
 # The native suites under AddressSanitizer+UBSan and under ThreadSanitizer.
 test-asan: deps
@@ -64,4 +71,4 @@ tidy: native
 	git ls-files 'src/*.cc' | xargs clang-tidy -p $(NATIVE) --quiet
 
 clean:
-	rm -rf $(NATIVE) $(WINDOWS) $(FUZZ) build-asan build-tsan
+	rm -rf $(NATIVE) $(WINDOWS) $(FUZZ) $(CLANG) build-asan build-tsan

@@ -41,7 +41,7 @@ class ImmediateCommand
   ByteVector Bytes();
   void SetBytes(ByteVector bytes);
 
-  ImmediateCommandData data_;  // guarded by critical_section()
+  ImmediateCommandData data_ GUARDED_BY(critical_section());
 };
 
 }  // namespace vantrel

@@ -62,83 +62,97 @@ uint32_t PrinterConfigurationFilter::SettingsMask(IPrinterConfigurationFilter& f
   return mask == 0 ? kAllSettings : mask;
 }
 
+HRESULT PrinterConfigurationFilter::GetSwitch(const char* source, size_t group, VARIANT_BOOL* out) {
+  return Member(source, [&] {
+    if (out == nullptr) frame::Throw(frame::kInvalidArgument);
+    OLock hold(critical_section());
+    *out = switches_[group];
+  });
+}
+
+HRESULT PrinterConfigurationFilter::PutSwitch(const char* source, size_t group,
+                                              VARIANT_BOOL value) {
+  return Member(source, [&] {
+    OLock hold(critical_section());
+    switches_[group] = value;
+  });
+}
+
 STDMETHODIMP PrinterConfigurationFilter::get_Stocks(VARIANT_BOOL* retStocks) {
-  return GetField("PrinterConfigurationFilter::get_Stocks", switches_[kStocks], retStocks);
+  return GetSwitch("PrinterConfigurationFilter::get_Stocks", kStocks, retStocks);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_Stocks(VARIANT_BOOL argStocks) {
-  return PutField("PrinterConfigurationFilter::put_Stocks", switches_[kStocks], argStocks);
+  return PutSwitch("PrinterConfigurationFilter::put_Stocks", kStocks, argStocks);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_Presets(VARIANT_BOOL* retPresets) {
-  return GetField("PrinterConfigurationFilter::get_Presets", switches_[kPresets], retPresets);
+  return GetSwitch("PrinterConfigurationFilter::get_Presets", kPresets, retPresets);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_Presets(VARIANT_BOOL argPresets) {
-  return PutField("PrinterConfigurationFilter::put_Presets", switches_[kPresets], argPresets);
+  return PutSwitch("PrinterConfigurationFilter::put_Presets", kPresets, argPresets);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_UtilityFonts(VARIANT_BOOL* retUtilityFonts) {
-  return GetField("PrinterConfigurationFilter::get_UtilityFonts", switches_[kUtilityFonts],
-                  retUtilityFonts);
+  return GetSwitch("PrinterConfigurationFilter::get_UtilityFonts", kUtilityFonts, retUtilityFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_UtilityFonts(VARIANT_BOOL argUtilityFonts) {
-  return PutField("PrinterConfigurationFilter::put_UtilityFonts", switches_[kUtilityFonts],
-                  argUtilityFonts);
+  return PutSwitch("PrinterConfigurationFilter::put_UtilityFonts", kUtilityFonts, argUtilityFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_FontSubstitutions(VARIANT_BOOL* retFontSubstitutions) {
-  return GetField("PrinterConfigurationFilter::get_FontSubstitutions",
-                  switches_[kFontSubstitutions], retFontSubstitutions);
+  return GetSwitch("PrinterConfigurationFilter::get_FontSubstitutions", kFontSubstitutions,
+                   retFontSubstitutions);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_FontSubstitutions(VARIANT_BOOL argFontSubstitutions) {
-  return PutField("PrinterConfigurationFilter::put_FontSubstitutions",
-                  switches_[kFontSubstitutions], argFontSubstitutions);
+  return PutSwitch("PrinterConfigurationFilter::put_FontSubstitutions", kFontSubstitutions,
+                   argFontSubstitutions);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_DownloadedFonts(VARIANT_BOOL* retDownloadedFonts) {
-  return GetField("PrinterConfigurationFilter::get_DownloadedFonts", switches_[kDownloadedFonts],
-                  retDownloadedFonts);
+  return GetSwitch("PrinterConfigurationFilter::get_DownloadedFonts", kDownloadedFonts,
+                   retDownloadedFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_DownloadedFonts(VARIANT_BOOL argDownloadedFonts) {
-  return PutField("PrinterConfigurationFilter::put_DownloadedFonts", switches_[kDownloadedFonts],
-                  argDownloadedFonts);
+  return PutSwitch("PrinterConfigurationFilter::put_DownloadedFonts", kDownloadedFonts,
+                   argDownloadedFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_OptionalFonts(VARIANT_BOOL* retOptionalFonts) {
-  return GetField("PrinterConfigurationFilter::get_OptionalFonts", switches_[kOptionalFonts],
-                  retOptionalFonts);
+  return GetSwitch("PrinterConfigurationFilter::get_OptionalFonts", kOptionalFonts,
+                   retOptionalFonts);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_OptionalFonts(VARIANT_BOOL argOptionalFonts) {
-  return PutField("PrinterConfigurationFilter::put_OptionalFonts", switches_[kOptionalFonts],
-                  argOptionalFonts);
+  return PutSwitch("PrinterConfigurationFilter::put_OptionalFonts", kOptionalFonts,
+                   argOptionalFonts);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrinterProperties(VARIANT_BOOL* retPrinterProperties) {
-  return GetField("PrinterConfigurationFilter::get_PrinterProperties",
-                  switches_[kPrinterProperties], retPrinterProperties);
+  return GetSwitch("PrinterConfigurationFilter::get_PrinterProperties", kPrinterProperties,
+                   retPrinterProperties);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrinterProperties(VARIANT_BOOL argPrinterProperties) {
-  return PutField("PrinterConfigurationFilter::put_PrinterProperties",
-                  switches_[kPrinterProperties], argPrinterProperties);
+  return PutSwitch("PrinterConfigurationFilter::put_PrinterProperties", kPrinterProperties,
+                   argPrinterProperties);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrintingPreferences(
     VARIANT_BOOL* retPrintingPreferences) {
-  return GetField("PrinterConfigurationFilter::get_PrintingPreferences",
-                  switches_[kPrintingPreferences], retPrintingPreferences);
+  return GetSwitch("PrinterConfigurationFilter::get_PrintingPreferences", kPrintingPreferences,
+                   retPrintingPreferences);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrintingPreferences(
     VARIANT_BOOL argPrintingPreferences) {
-  return PutField("PrinterConfigurationFilter::put_PrintingPreferences",
-                  switches_[kPrintingPreferences], argPrintingPreferences);
+  return PutSwitch("PrinterConfigurationFilter::put_PrintingPreferences", kPrintingPreferences,
+                   argPrintingPreferences);
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_NetworkSettings(VARIANT_BOOL* retNetworkSettings) {
-  return GetField("PrinterConfigurationFilter::get_NetworkSettings", switches_[kNetworkSettings],
-                  retNetworkSettings);
+  return GetSwitch("PrinterConfigurationFilter::get_NetworkSettings", kNetworkSettings,
+                   retNetworkSettings);
 }
 STDMETHODIMP PrinterConfigurationFilter::put_NetworkSettings(VARIANT_BOOL argNetworkSettings) {
-  return PutField("PrinterConfigurationFilter::put_NetworkSettings", switches_[kNetworkSettings],
-                  argNetworkSettings);
+  return PutSwitch("PrinterConfigurationFilter::put_NetworkSettings", kNetworkSettings,
+                   argNetworkSettings);
 }
 
 VANTREL_CLASS_CREATOR(PrinterConfigurationFilter)

@@ -54,7 +54,7 @@ class QueryCommand
   template <class Field>
   void Set(Field QueryCommandData::*field, Field value);
 
-  QueryCommandData data_;  // guarded by critical_section()
+  QueryCommandData data_ GUARDED_BY(critical_section());
 };
 
 }  // namespace vantrel

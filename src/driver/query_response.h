@@ -40,11 +40,10 @@ class QueryResponse
  private:
   ByteVector Reply();
 
-  // Guarded by critical_section().
-  std::optional<ByteVector> reply_;
-  bool responded_ = false;
-  bool failed_ = false;
-  bool pending_ = false;
+  std::optional<ByteVector> reply_ GUARDED_BY(critical_section());
+  bool responded_ GUARDED_BY(critical_section()) = false;
+  bool failed_ GUARDED_BY(critical_section()) = false;
+  bool pending_ GUARDED_BY(critical_section()) = false;
 };
 
 }  // namespace vantrel

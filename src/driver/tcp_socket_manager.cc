@@ -84,7 +84,7 @@ void TCPSocketManager::Log(uint32_t level, const std::string& line) const {
 void TCPSocketManager::Obtain() {
   int count;
   {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     count = ++use_count_;
   }
   Log(kLogDetailInfo, "Obtain Count:" + std::to_string(count));
@@ -94,7 +94,7 @@ void TCPSocketManager::Obtain() {
 void TCPSocketManager::Release() {
   int count;
   {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     count = use_count_ > 0 ? --use_count_ : 0;
   }
   Log(kLogDetailInfo, "Count:" + std::to_string(count));
@@ -103,7 +103,7 @@ void TCPSocketManager::Release() {
 std::shared_ptr<TCPSocketEntry> TCPSocketManager::TakeOwnEntry(std::string_view host,
                                                                uint32_t port) {
   const uint64_t thread = hooks_.thread_id();
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   for (const auto& entry : entries_) {
     if (entry->owner_thread_ == thread && entry->port_ == port && entry->host_ == host) {
       if (entry->idle_) {
@@ -122,12 +122,28 @@ std::shared_ptr<TCPSocketEntry> TCPSocketManager::GetSocketEntry(std::string_vie
                                                                  bool* reused) {
   *error = 0;
   if (reused != nullptr) *reused = false;
+  // Callers expect a failure value, never an exception: whatever escapes
+  // (memory, a hook) is logged and becomes a failed connection.
+  try {
+    return GetOrCreateEntry(host, port, retries, timeout_ms, error, reused);
+  } catch (...) {
+    Log(kLogErrors, "General Exception occurred. ");
+  }
+  if (reused != nullptr) *reused = false;
+  if (*error == 0) *error = platform::kWsaNotConnected;
+  return nullptr;
+}
+
+std::shared_ptr<TCPSocketEntry> TCPSocketManager::GetOrCreateEntry(std::string_view host,
+                                                                   uint32_t port, uint32_t retries,
+                                                                   uint32_t timeout_ms, long* error,
+                                                                   bool* reused) {
   if (auto entry = TakeOwnEntry(host, port)) {
     // The probe runs outside the lock: the entry belongs to this thread now.
     if (hooks_.is_alive(entry->socket())) {
       uint32_t count;
       {
-        std::lock_guard<std::mutex> hold(mutex_);
+        MutexLock hold(mutex_);
         count = ++entry->reuse_count_;
       }
       Log(kLogDetailInfo, "TCPSocketManager: Entry Re-Used. Id: " + entry->IdText() +
@@ -138,7 +154,7 @@ std::shared_ptr<TCPSocketEntry> TCPSocketManager::GetSocketEntry(std::string_vie
       return entry;
     }
     Log(kLogDetailInfo, "TCPSocketManager: IsSocketAlive returns false.");
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     RemoveLocked(entry);
   }
   return CreateEntry(host, port, retries, timeout_ms, error);
@@ -149,7 +165,7 @@ std::shared_ptr<TCPSocketEntry> TCPSocketManager::CreateEntry(std::string_view h
                                                               long* error) {
   uint32_t id;
   {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     id = next_id_++;
   }
   auto entry =
@@ -162,7 +178,7 @@ std::shared_ptr<TCPSocketEntry> TCPSocketManager::CreateEntry(std::string_view h
   }
   entry->set_socket(socket);
   {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     entries_.push_back(entry);
   }
   Log(kLogDetailInfo, "Created new Entry. Id: " + entry->IdText() + ", Host:" + entry->host() +
@@ -173,7 +189,7 @@ std::shared_ptr<TCPSocketEntry> TCPSocketManager::CreateEntry(std::string_view h
 
 void TCPSocketManager::MoveToIdle(const std::shared_ptr<TCPSocketEntry>& entry) {
   {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (entry->idle_) return;
     entry->expiry_ = hooks_.now() + kIdleLifetimeMs;
     entry->idle_ = true;
@@ -187,7 +203,7 @@ void TCPSocketManager::MoveToIdle(const std::shared_ptr<TCPSocketEntry>& entry) 
 
 void TCPSocketManager::DestroySocketEntry(const std::shared_ptr<TCPSocketEntry>& entry) {
   Log(kLogDetailInfo, "Entry being deleted due to DestroySocketEntry call. Id: " + entry->IdText());
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   RemoveLocked(entry);
 }
 
@@ -201,42 +217,51 @@ void TCPSocketManager::RemoveLocked(const std::shared_ptr<TCPSocketEntry>& entry
 }
 
 size_t TCPSocketManager::EntryCount() const {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   return entries_.size();
 }
 
 size_t TCPSocketManager::IdleCount() const {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   return idle_.size();
 }
 
 int TCPSocketManager::use_count() const {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   return use_count_;
 }
 
 bool TCPSocketManager::IsCloserRunning() const {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   return closer_ != nullptr;
 }
 
+std::weak_ptr<TCPLazyCloseThread> TCPSocketManager::closer() const {
+  MutexLock hold(mutex_);
+  return closer_;
+}
+
 void TCPSocketManager::StartCloserIfStopped() {
-  std::lock_guard<std::mutex> hold(mutex_);
-  if (closer_) return;
-  closer_ = std::make_shared<TCPLazyCloseThread>(weak_from_this(), hooks_.wait);
-  closer_thread_ = std::make_unique<OThread>(closer_);
-  try {
-    closer_thread_->Start();
-  } catch (...) {
-    // Without the closer idle connections stay open until re-used or the
-    // process ends; the next Obtain tries again.
-    closer_.reset();
-    Log(kLogErrors, "General Exception occurred. ");
+  {
+    MutexLock hold(mutex_);
+    if (closer_) return;
+    closer_ = std::make_shared<TCPLazyCloseThread>(weak_from_this(), hooks_.wait);
+    closer_thread_ = std::make_unique<OThread>(closer_);
+    try {
+      closer_thread_->Start();
+      return;
+    } catch (...) {
+      // Without the closer idle connections stay open until re-used or the
+      // process ends; the next Obtain tries again.
+      closer_.reset();
+    }
   }
+  // Logged after unlocking: the file log takes a cross-process mutex.
+  Log(kLogErrors, "General Exception occurred. ");
 }
 
 void TCPSocketManager::CloserEnded(const TCPLazyCloseThread* closer) {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   if (closer_.get() == closer) closer_.reset();
 }
 
@@ -244,7 +269,7 @@ std::optional<uint32_t> TCPSocketManager::CloseExpiredAndPlanWait() {
   for (;;) {
     std::shared_ptr<TCPSocketEntry> expired;
     {
-      std::lock_guard<std::mutex> hold(mutex_);
+      MutexLock hold(mutex_);
       if (idle_.empty()) {
         if (entries_.empty() && use_count_ == 0) {
           closer_.reset();  // a later user starts a new closer
@@ -279,20 +304,33 @@ TCPLazyCloseThread::TCPLazyCloseThread(std::weak_ptr<TCPSocketManager> manager,
                                        std::function<bool(uint32_t)> wait)
     : manager_(std::move(manager)), wait_(std::move(wait)) {}
 
+void TCPLazyCloseThread::ThreadStart() {
+  try {
+    Run();
+  } catch (...) {
+    if (auto manager = manager_.lock()) manager->CloserEnded(this);
+    throw;
+  }
+}
+
 void TCPLazyCloseThread::Stop() {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   terminate_ = true;
   signal_.notify_all();
 }
 
 bool TCPLazyCloseThread::WaitForTerminate(uint32_t ms) {
   if (wait_) return wait_(ms);
-  std::unique_lock<std::mutex> hold(mutex_);
-  return signal_.wait_for(hold, std::chrono::milliseconds(ms), [this] { return terminate_; });
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+  MutexLock hold(mutex_);
+  while (!terminate_) {
+    if (!hold.WaitUntil(signal_, deadline)) break;
+  }
+  return terminate_;
 }
 
 bool TCPLazyCloseThread::IsTerminating() {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   return terminate_;
 }
 

@@ -11,12 +11,12 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/tcp_socket.h"
+#include "platform/thread_annotations.h"
 #include "support/othread.h"
 
 namespace vantrel {
@@ -54,9 +54,11 @@ class TCPSocketEntry {
   const uint32_t port_;
   const uint64_t owner_thread_;
   const uint32_t retries_;
-  uint32_t reuse_count_ = 0;  // guarded by the manager's lock
-  uint64_t expiry_ = 0;       // guarded by the manager's lock
-  bool idle_ = false;         // guarded by the manager's lock
+  // Guarded by the manager's lock (which the analysis cannot name from here:
+  // only TCPSocketManager touches them, in functions that hold or require it).
+  uint32_t reuse_count_ = 0;
+  uint64_t expiry_ = 0;
+  bool idle_ = false;
 };
 
 // What the manager depends on, replaceable by tests.
@@ -101,8 +103,9 @@ class TCPSocketManager : public std::enable_shared_from_this<TCPSocketManager> {
   // The calling thread's live connection to host:port, or a new one made
   // with `retries` + 1 attempts of `timeout_ms` each. Null with `*error` set
   // (a socket error number) when no connection could be made. `*reused`,
-  // when given, tells whether a kept connection was handed back. Blocks
-  // while connecting; any thread.
+  // when given, tells whether a kept connection was handed back. Never
+  // throws: any other failure is logged ("General Exception occurred. ") and
+  // answers null with kWsaNotConnected. Blocks while connecting; any thread.
   std::shared_ptr<TCPSocketEntry> GetSocketEntry(std::string_view host, uint32_t port,
                                                  uint32_t retries, uint32_t timeout_ms, long* error,
                                                  bool* reused = nullptr);
@@ -120,29 +123,39 @@ class TCPSocketManager : public std::enable_shared_from_this<TCPSocketManager> {
   size_t IdleCount() const;
   int use_count() const;
   bool IsCloserRunning() const;
+  // The running closer, or empty; it expires when the closer's thread ends.
+  std::weak_ptr<TCPLazyCloseThread> closer() const;
 
  private:
   friend class TCPLazyCloseThread;
   explicit TCPSocketManager(TCPSocketManagerHooks hooks);
 
-  std::shared_ptr<TCPSocketEntry> TakeOwnEntry(std::string_view host, uint32_t port);
+  // GetSocketEntry's work; may throw what the hooks throw.
+  std::shared_ptr<TCPSocketEntry> GetOrCreateEntry(std::string_view host, uint32_t port,
+                                                   uint32_t retries, uint32_t timeout_ms,
+                                                   long* error, bool* reused) EXCLUDES(mutex_);
+  std::shared_ptr<TCPSocketEntry> TakeOwnEntry(std::string_view host, uint32_t port)
+      EXCLUDES(mutex_);
   std::shared_ptr<TCPSocketEntry> CreateEntry(std::string_view host, uint32_t port,
-                                              uint32_t retries, uint32_t timeout_ms, long* error);
-  void RemoveLocked(const std::shared_ptr<TCPSocketEntry>& entry);
-  void StartCloserIfStopped();
+                                              uint32_t retries, uint32_t timeout_ms, long* error)
+      EXCLUDES(mutex_);
+  void RemoveLocked(const std::shared_ptr<TCPSocketEntry>& entry) REQUIRES(mutex_);
+  void StartCloserIfStopped() EXCLUDES(mutex_);
   // One round of the closer: closes expired entries and answers how long
   // to wait, or nothing when the closer should end.
-  std::optional<uint32_t> CloseExpiredAndPlanWait();
-  void CloserEnded(const TCPLazyCloseThread* closer);
+  std::optional<uint32_t> CloseExpiredAndPlanWait() EXCLUDES(mutex_);
+  void CloserEnded(const TCPLazyCloseThread* closer) EXCLUDES(mutex_);
 
   const TCPSocketManagerHooks hooks_;
-  mutable std::mutex mutex_;
-  std::list<std::shared_ptr<TCPSocketEntry>> entries_;  // guarded by mutex_
-  std::list<std::shared_ptr<TCPSocketEntry>> idle_;     // by expiry; guarded by mutex_
-  int use_count_ = 0;                                   // guarded by mutex_
-  uint32_t next_id_ = 1;                                // guarded by mutex_
-  std::shared_ptr<TCPLazyCloseThread> closer_;          // guarded by mutex_
-  std::unique_ptr<OThread> closer_thread_;              // guarded by mutex_
+  // Held only to read or change the lists and counts; connecting, logging
+  // and the liveness probe happen without it.
+  mutable Mutex mutex_;
+  std::list<std::shared_ptr<TCPSocketEntry>> entries_ GUARDED_BY(mutex_);
+  std::list<std::shared_ptr<TCPSocketEntry>> idle_ GUARDED_BY(mutex_);  // by expiry
+  int use_count_ GUARDED_BY(mutex_) = 0;
+  uint32_t next_id_ GUARDED_BY(mutex_) = 1;
+  std::shared_ptr<TCPLazyCloseThread> closer_ GUARDED_BY(mutex_);
+  std::unique_ptr<OThread> closer_thread_ GUARDED_BY(mutex_);
 };
 
 // The closer: waits for the earliest expiry (between 5 s and 120 s), closes
@@ -154,19 +167,22 @@ class TCPLazyCloseThread : public IThreadable {
   // the signal came. Null means a real wait.
   TCPLazyCloseThread(std::weak_ptr<TCPSocketManager> manager,
                      std::function<bool(uint32_t ms)> wait);
-  void ThreadStart() override { Run(); }
-  void Stop() override;
+  // Runs the closer; when it fails, the manager forgets it (so that the next
+  // user starts a new one) before the failure goes on to the thread's frame.
+  void ThreadStart() override;
+  void Stop() override EXCLUDES(mutex_);
+  const char* ThreadProcName() const override { return "TCPLazyCloseThread::ThreadProc"; }
   void Run();
 
  private:
-  bool WaitForTerminate(uint32_t ms);
-  bool IsTerminating();
+  bool WaitForTerminate(uint32_t ms) EXCLUDES(mutex_);
+  bool IsTerminating() EXCLUDES(mutex_);
 
   const std::weak_ptr<TCPSocketManager> manager_;
   const std::function<bool(uint32_t)> wait_;
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable signal_;
-  bool terminate_ = false;  // guarded by mutex_
+  bool terminate_ GUARDED_BY(mutex_) = false;
 };
 
 // The connection the XPML client uses for one exchange: taken from the

@@ -55,7 +55,7 @@ HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) {
   const size_t row = static_cast<size_t>(entry - ClassTable().data());
   ClassFactory* factory;
   {
-    std::lock_guard<std::mutex> hold(Module().critical_section());
+    MutexLock hold(Module().critical_section());
     if (!factories[row]) factories[row].emplace(*entry);
     factory = &*factories[row];
   }

@@ -81,7 +81,7 @@ class ConnectionPoint final : public IConnectionPoint {
   const IID& events_;
   OCriticalSection& lock_;
   ConnectionHooks& hooks_;
-  std::vector<IDispatch*> sinks_;  // guarded by lock_; null marks a free slot
+  std::vector<IDispatch*> sinks_ GUARDED_BY(lock_);  // null marks a free slot
 };
 
 }  // namespace vantrel::frame

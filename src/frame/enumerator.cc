@@ -5,6 +5,7 @@
 #include <new>
 
 #include "frame/module.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::frame {
 namespace {
@@ -111,7 +112,7 @@ class Enumerator final : public Interface {
   STDMETHODIMP Next(ULONG wanted, Item* out, ULONG* fetched) override {
     if (out == nullptr || (wanted > 1 && fetched == nullptr)) return E_POINTER;
     const std::vector<Item>& items = store_->items();
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     ULONG given = 0;
     while (given < wanted && position_ < items.size()) {
       const HRESULT hr = Traits::Copy(&out[given], items[position_]);
@@ -126,14 +127,14 @@ class Enumerator final : public Interface {
     return given == wanted ? S_OK : S_FALSE;
   }
   STDMETHODIMP Skip(ULONG count) override {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     const size_t size = store_->items().size();
     const bool enough = count <= size - position_;
     position_ = enough ? position_ + count : size;
     return enough ? S_OK : S_FALSE;
   }
   STDMETHODIMP Reset() override {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     position_ = 0;
     return S_OK;
   }
@@ -142,7 +143,7 @@ class Enumerator final : public Interface {
     *out = nullptr;
     size_t position;
     {
-      std::lock_guard<std::mutex> hold(mutex_);
+      MutexLock hold(mutex_);
       position = position_;
     }
     return Create(store_, position, out);
@@ -151,8 +152,8 @@ class Enumerator final : public Interface {
  private:
   std::atomic<ULONG> references_{1};
   const std::shared_ptr<const Store> store_;
-  std::mutex mutex_;
-  size_t position_;  // guarded by mutex_
+  Mutex mutex_;
+  size_t position_ GUARDED_BY(mutex_);
 };
 
 template <class Interface, const IID& kIid, class Traits>

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "automation_runtime.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::frame {
 
@@ -27,13 +28,13 @@ class CVantrelModule {
   std::string ModulePath() const;
 
   // Serialises the creation of class objects.
-  std::mutex& critical_section() { return critical_section_; }
+  Mutex& critical_section() RETURN_CAPABILITY(critical_section_) { return critical_section_; }
 
  private:
   // Both members destroy trivially, so an object released by another static
   // destructor after this one still finds a usable module.
   std::atomic<long> locks_{0};
-  std::mutex critical_section_;
+  Mutex critical_section_;
 };
 
 // The module of this process. Never destroyed while code of the library runs.

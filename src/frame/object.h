@@ -82,21 +82,23 @@ class AutomationObject : public Stubs, public ISupportErrorInfo, public ObjectRo
     return frame.Run(std::function<void()>(std::forward<Body>(body)));
   }
 
-  // A property kept in one field of the object, read and written under its
-  // lock in the frame named `source`; a null out-pointer is "Invalid argument".
+  // A property kept in one field of the object (guarded by its lock), read
+  // and written under that lock in the frame named `source`; a null
+  // out-pointer is "Invalid argument". The field goes by address: the
+  // analysis would take a reference as a use without the lock.
   template <class T>
-  HRESULT GetField(const char* source, const T& field, T* out) {
+  HRESULT GetField(const char* source, const T* field, T* out) {
     return Member(source, [&] {
       if (out == nullptr) Throw(kInvalidArgument);
       OLock hold(critical_section());
-      *out = field;
+      *out = *field;
     });
   }
   template <class T>
-  HRESULT PutField(const char* source, T& field, T value) {
+  HRESULT PutField(const char* source, T* field, T value) {
     return Member(source, [&] {
       OLock hold(critical_section());
-      field = value;
+      *field = value;
     });
   }
 

@@ -43,7 +43,9 @@ class ObjectRoot {
   virtual void* FindInterface(REFIID iid) = 0;
 
   // Guards the object's own mutable state.
-  OCriticalSection& critical_section() { return critical_section_; }
+  OCriticalSection& critical_section() RETURN_CAPABILITY(critical_section_) {
+    return critical_section_;
+  }
 
  private:
   // The inner unknown of an aggregate: answers IUnknown itself and every

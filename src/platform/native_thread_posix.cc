@@ -12,6 +12,7 @@
 
 #include "platform/platform_error_posix.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform {
 namespace {
@@ -22,9 +23,9 @@ struct ThreadState {
   std::atomic<bool> finished{false};
   // Held while the kernel id is used from outside, and taken by the thread when
   // it finishes: the id cannot be reused by another thread in between.
-  std::mutex id_mutex;
+  Mutex id_mutex;
   std::condition_variable id_published;
-  pid_t kernel_id = 0;  // guarded by id_mutex
+  pid_t kernel_id GUARDED_BY(id_mutex) = 0;
 };
 
 // Nice values for the THREAD_PRIORITY_* levels; other levels are refused.
@@ -74,7 +75,7 @@ class PosixThread : public NativeThread {
   bool IsRunning() const override { return !state_->finished.load(); }
 
   uint64_t Id() const override {
-    std::lock_guard<std::mutex> hold(state_->id_mutex);
+    MutexLock hold(state_->id_mutex);
     return static_cast<uint64_t>(state_->kernel_id);
   }
 
@@ -84,7 +85,7 @@ class PosixThread : public NativeThread {
   bool SetPriority(int priority) override {
     int nice_value = 0;
     if (!NiceValueFor(priority, &nice_value)) return false;
-    std::lock_guard<std::mutex> hold(state_->id_mutex);
+    MutexLock hold(state_->id_mutex);
     if (state_->finished.load()) return false;
     // Linux keeps a nice value per thread; raising priority needs privilege.
     return setpriority(PRIO_PROCESS, static_cast<id_t>(state_->kernel_id), nice_value) == 0;
@@ -97,20 +98,20 @@ class PosixThread : public NativeThread {
 
 void RunThread(const std::shared_ptr<ThreadState>& state, const std::function<void()>& body) {
   {
-    std::lock_guard<std::mutex> hold(state->id_mutex);
+    MutexLock hold(state->id_mutex);
     state->kernel_id = gettid();
   }
   state->id_published.notify_all();
   body();
-  std::lock_guard<std::mutex> hold(state->id_mutex);
+  MutexLock hold(state->id_mutex);
   state->finished.store(true);
 }
 
 void PosixThread::Start(std::function<void()> body) {
   thread_ = std::thread(RunThread, state_, std::move(body));
   // The id is known to the caller as soon as the start returns.
-  std::unique_lock<std::mutex> hold(state_->id_mutex);
-  state_->id_published.wait(hold, [&] { return state_->kernel_id != 0; });
+  MutexLock hold(state_->id_mutex);
+  while (state_->kernel_id == 0) hold.Wait(state_->id_published);
 }
 
 }  // namespace

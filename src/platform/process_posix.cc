@@ -14,6 +14,7 @@
 #include "platform/named_mutex.h"
 #include "platform/platform_error_posix.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 extern char** environ;
 
@@ -40,7 +41,7 @@ class PosixChildProcess : public ChildProcess {
   }
 
   bool Kill() override {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     // Until it is reaped the process id cannot belong to anyone else.
     return !reaped_ && kill(pid_, SIGKILL) == 0;
   }
@@ -50,7 +51,7 @@ class PosixChildProcess : public ChildProcess {
  private:
   // True once the child has ended, with its status; never blocks.
   bool Reap(int* exit_code) {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (!reaped_) {
       int status = 0;
       pid_t done;
@@ -73,9 +74,9 @@ class PosixChildProcess : public ChildProcess {
   }
 
   const pid_t pid_;
-  std::mutex mutex_;
-  bool reaped_ = false;   // guarded by mutex_
-  int exit_status_ = -1;  // guarded by mutex_
+  Mutex mutex_;
+  bool reaped_ GUARDED_BY(mutex_) = false;
+  int exit_status_ GUARDED_BY(mutex_) = -1;
 };
 
 }  // namespace

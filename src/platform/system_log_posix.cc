@@ -1,4 +1,5 @@
 #include "platform/system_log.h"
+#include "platform/thread_annotations.h"
 
 #include <syslog.h>
 
@@ -13,9 +14,9 @@ namespace {
 
 // syslog keeps one identity per process and only a pointer to its text, so
 // every identity used stays here until exit, and switching happens under this lock.
-std::mutex identity_mutex;
-std::set<std::string>* identities = new std::set<std::string>();  // guarded by identity_mutex
-const std::string* current_identity = nullptr;                    // guarded by identity_mutex
+Mutex identity_mutex;
+std::set<std::string>* identities GUARDED_BY(identity_mutex) = new std::set<std::string>();
+const std::string* current_identity GUARDED_BY(identity_mutex) = nullptr;
 
 int PriorityOf(SystemLogType type) {
   switch (type) {
@@ -36,7 +37,7 @@ class Syslog : public SystemLog {
   explicit Syslog(std::string source) : source_(std::move(source)) {}
 
   void Write(SystemLogType type, std::string_view message) override {
-    std::lock_guard<std::mutex> hold(identity_mutex);
+    MutexLock hold(identity_mutex);
     const std::string* identity = &*identities->insert(source_).first;
     if (identity != current_identity) {
       openlog(identity->c_str(), LOG_PID, LOG_USER);

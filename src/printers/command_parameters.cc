@@ -106,47 +106,47 @@ STDMETHODIMP CommandParameters::put_ParentWindow(VARIANT argParentWindow) {
 }
 
 STDMETHODIMP CommandParameters::get_Execute(VARIANT_BOOL* retExecute) {
-  return GetField("CommandParameters::get_Execute", execute_, retExecute);
+  return GetField("CommandParameters::get_Execute", &execute_, retExecute);
 }
 STDMETHODIMP CommandParameters::put_Execute(VARIANT_BOOL argExecute) {
-  return PutField("CommandParameters::put_Execute", execute_, argExecute);
+  return PutField("CommandParameters::put_Execute", &execute_, argExecute);
 }
 
 STDMETHODIMP CommandParameters::get_IsSupported(VARIANT_BOOL* retIsSupported) {
-  return GetField("CommandParameters::get_IsSupported", is_supported_, retIsSupported);
+  return GetField("CommandParameters::get_IsSupported", &is_supported_, retIsSupported);
 }
 STDMETHODIMP CommandParameters::put_IsSupported(VARIANT_BOOL argIsSupported) {
-  return PutField("CommandParameters::put_IsSupported", is_supported_, argIsSupported);
+  return PutField("CommandParameters::put_IsSupported", &is_supported_, argIsSupported);
 }
 
 STDMETHODIMP CommandParameters::get_RequiresBidirectionalPort(
     VARIANT_BOOL* retRequiresBidirectionalPort) {
-  return GetField("CommandParameters::get_RequiresBidirectionalPort", requires_bidirectional_port_,
+  return GetField("CommandParameters::get_RequiresBidirectionalPort", &requires_bidirectional_port_,
                   retRequiresBidirectionalPort);
 }
 STDMETHODIMP CommandParameters::put_RequiresBidirectionalPort(
     VARIANT_BOOL argRequiresBidirectionalPort) {
-  return PutField("CommandParameters::put_RequiresBidirectionalPort", requires_bidirectional_port_,
+  return PutField("CommandParameters::put_RequiresBidirectionalPort", &requires_bidirectional_port_,
                   argRequiresBidirectionalPort);
 }
 
 STDMETHODIMP CommandParameters::get_HasUserInterface(VARIANT_BOOL* retHasUserInterface) {
-  return GetField("CommandParameters::get_HasUserInterface", has_user_interface_,
+  return GetField("CommandParameters::get_HasUserInterface", &has_user_interface_,
                   retHasUserInterface);
 }
 STDMETHODIMP CommandParameters::put_HasUserInterface(VARIANT_BOOL argHasUserInterface) {
-  return PutField("CommandParameters::put_HasUserInterface", has_user_interface_,
+  return PutField("CommandParameters::put_HasUserInterface", &has_user_interface_,
                   argHasUserInterface);
 }
 
 STDMETHODIMP CommandParameters::get_RequiresManagementRights(
     VARIANT_BOOL* retRequiresManagementRights) {
-  return GetField("CommandParameters::get_RequiresManagementRights", requires_management_rights_,
+  return GetField("CommandParameters::get_RequiresManagementRights", &requires_management_rights_,
                   retRequiresManagementRights);
 }
 STDMETHODIMP CommandParameters::put_RequiresManagementRights(
     VARIANT_BOOL argRequiresManagementRights) {
-  return PutField("CommandParameters::put_RequiresManagementRights", requires_management_rights_,
+  return PutField("CommandParameters::put_RequiresManagementRights", &requires_management_rights_,
                   argRequiresManagementRights);
 }
 

@@ -61,13 +61,12 @@ class CommandParameters
   static void WriteAnswers(ICommandParameters& parameters, const CommandAnswers& answers);
 
  private:
-  // Guarded by critical_section().
-  uint64_t parent_window_ = 0;
-  VARIANT_BOOL execute_ = VARIANT_TRUE;
-  VARIANT_BOOL is_supported_ = VARIANT_FALSE;
-  VARIANT_BOOL requires_bidirectional_port_ = VARIANT_FALSE;
-  VARIANT_BOOL has_user_interface_ = VARIANT_FALSE;
-  VARIANT_BOOL requires_management_rights_ = VARIANT_FALSE;
+  uint64_t parent_window_ GUARDED_BY(critical_section()) = 0;
+  VARIANT_BOOL execute_ GUARDED_BY(critical_section()) = VARIANT_TRUE;
+  VARIANT_BOOL is_supported_ GUARDED_BY(critical_section()) = VARIANT_FALSE;
+  VARIANT_BOOL requires_bidirectional_port_ GUARDED_BY(critical_section()) = VARIANT_FALSE;
+  VARIANT_BOOL has_user_interface_ GUARDED_BY(critical_section()) = VARIANT_FALSE;
+  VARIANT_BOOL requires_management_rights_ GUARDED_BY(critical_section()) = VARIANT_FALSE;
 };
 
 }  // namespace vantrel

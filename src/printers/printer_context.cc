@@ -182,14 +182,25 @@ void PrinterContext::SetShared(bool on) {
 }
 
 bool PrinterContext::IsNotRawOnly() {
-  OLock probe(probe_lock_);
-  const uint64_t now = platform::TickCount64();
-  if (probed_at_ != 0 && now - probed_at_ < kRawOnlyCacheMs) return not_raw_only_;
+  {
+    OLock probe(probe_lock_);
+    const uint64_t now = platform::TickCount64();
+    if (probed_at_ != 0 && now - probed_at_ < kRawOnlyCacheMs) return not_raw_only_;
+  }
+  // The spooler is asked under the context lock (it guards the handle) and
+  // without the probe lock: the two are never nested. Two threads may both
+  // probe; the later answer stays.
   platform::PrinterInfo5 record;
-  if (handle_ && handle_->GetInfo5(&record) == kErrorSuccess)
-    not_raw_only_ = (record.attributes & platform::kPrinterAttributeRawOnly) == 0;
+  const bool probed = GetRecord5(&record);
+  OLock probe(probe_lock_);
+  if (probed) not_raw_only_ = (record.attributes & platform::kPrinterAttributeRawOnly) == 0;
   probed_at_ = platform::TickCount64();
   return not_raw_only_;
+}
+
+bool PrinterContext::GetRecord5(platform::PrinterInfo5* record) {
+  OLock lock(lock_);
+  return handle_ && handle_->GetInfo5(record) == kErrorSuccess;
 }
 
 DriverInterface* PrinterContext::driver() {

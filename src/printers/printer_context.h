@@ -82,19 +82,22 @@ class PrinterContext {
   template <typename Take>
   auto ReadField(Take take) -> decltype(take(platform::PrinterInfo2{}));
   int16_t HasAttribute(uint32_t bit);
+  bool GetRecord5(platform::PrinterInfo5* record);
   template <typename Change>
   void ChangeQuietly(Change change);
   [[noreturn]] static void ThrowSpoolerError(const char* operation, long error);
 
   platform::Spooler& spooler_;
   int32_t references_ = 0;  // guarded by the registry's lock
+  // Taken after the context registry's lock, never before it (declared there).
   OCriticalSection lock_;
-  std::unique_ptr<platform::SpoolerPrinter> handle_;  // guarded by lock_
-  std::unique_ptr<DriverInterface> driver_;           // guarded by lock_
+  std::unique_ptr<platform::SpoolerPrinter> handle_ GUARDED_BY(lock_);
+  std::unique_ptr<DriverInterface> driver_ GUARDED_BY(lock_);
 
+  // Never nested with lock_.
   OCriticalSection probe_lock_;
-  bool not_raw_only_ = false;  // guarded by probe_lock_
-  uint64_t probed_at_ = 0;     // guarded by probe_lock_; 0: never probed
+  bool not_raw_only_ GUARDED_BY(probe_lock_) = false;
+  uint64_t probed_at_ GUARDED_BY(probe_lock_) = 0;  // 0: never probed
 };
 
 }  // namespace vantrel::printers

@@ -34,9 +34,10 @@ class PrinterContextRegistry {
 
  private:
   platform::Spooler& spooler_;
-  OCriticalSection lock_;
-  std::vector<PrinterContext*> contexts_;  // guarded by lock_, in order of creation
-  bool shutting_down_ = false;             // guarded by lock_
+  // Taken before a context's lock, never after it.
+  OCriticalSection lock_ ACQUIRED_BEFORE(PrinterContext::lock_);
+  std::vector<PrinterContext*> contexts_ GUARDED_BY(lock_);  // in order of creation
+  bool shutting_down_ GUARDED_BY(lock_) = false;
 };
 
 }  // namespace vantrel::printers

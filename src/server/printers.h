@@ -33,7 +33,7 @@ class Printers : public frame::AutomationObject<IPrintersStubs, IID_IPrinters, C
   // The position of the first element named `name`, or npos.
   static size_t FindByName(const Elements& elements, const std::string& name);
 
-  Elements elements_;  // guarded by critical_section()
+  Elements elements_ GUARDED_BY(critical_section());
 };
 
 }  // namespace vantrel

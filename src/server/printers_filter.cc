@@ -17,24 +17,24 @@ PrintersFilterSwitches PrintersFilter::Read(IPrintersFilter& filter) {
 }
 
 STDMETHODIMP PrintersFilter::get_Local(VARIANT_BOOL* retLocal) {
-  return GetField("PrintersFilter::get_Local", local_, retLocal);
+  return GetField("PrintersFilter::get_Local", &local_, retLocal);
 }
 STDMETHODIMP PrintersFilter::put_Local(VARIANT_BOOL argLocal) {
-  return PutField("PrintersFilter::put_Local", local_, argLocal);
+  return PutField("PrintersFilter::put_Local", &local_, argLocal);
 }
 
 STDMETHODIMP PrintersFilter::get_Network(VARIANT_BOOL* retNetwork) {
-  return GetField("PrintersFilter::get_Network", network_, retNetwork);
+  return GetField("PrintersFilter::get_Network", &network_, retNetwork);
 }
 STDMETHODIMP PrintersFilter::put_Network(VARIANT_BOOL argNetwork) {
-  return PutField("PrintersFilter::put_Network", network_, argNetwork);
+  return PutField("PrintersFilter::put_Network", &network_, argNetwork);
 }
 
 STDMETHODIMP PrintersFilter::get_Shared(VARIANT_BOOL* retShared) {
-  return GetField("PrintersFilter::get_Shared", shared_, retShared);
+  return GetField("PrintersFilter::get_Shared", &shared_, retShared);
 }
 STDMETHODIMP PrintersFilter::put_Shared(VARIANT_BOOL argShared) {
-  return PutField("PrintersFilter::put_Shared", shared_, argShared);
+  return PutField("PrintersFilter::put_Shared", &shared_, argShared);
 }
 
 VANTREL_CLASS_CREATOR(PrintersFilter)

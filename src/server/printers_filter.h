@@ -34,10 +34,9 @@ class PrintersFilter : public frame::AutomationObject<IPrintersFilterStubs, IID_
   static PrintersFilterSwitches Read(IPrintersFilter& filter);
 
  private:
-  // Guarded by critical_section().
-  VARIANT_BOOL local_ = VARIANT_TRUE;
-  VARIANT_BOOL network_ = VARIANT_TRUE;
-  VARIANT_BOOL shared_ = VARIANT_FALSE;
+  VARIANT_BOOL local_ GUARDED_BY(critical_section()) = VARIANT_TRUE;
+  VARIANT_BOOL network_ GUARDED_BY(critical_section()) = VARIANT_TRUE;
+  VARIANT_BOOL shared_ GUARDED_BY(critical_section()) = VARIANT_FALSE;
 };
 
 }  // namespace vantrel

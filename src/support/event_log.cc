@@ -10,6 +10,7 @@
 #include "platform/native_thread.h"
 #include "platform/win32_errors.h"
 #include "support/registry.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel {
 namespace {
@@ -58,8 +59,8 @@ bool AppendToFile(const std::string& path, const std::string& line) {
 // The process-wide log. Never destroyed: threads may still log while the
 // process exits.
 struct ProcessLogSlot {
-  std::mutex mutex;
-  std::shared_ptr<OEventLog> log;  // guarded by mutex
+  Mutex mutex;
+  std::shared_ptr<OEventLog> log GUARDED_BY(mutex);
 };
 
 ProcessLogSlot& ProcessLog() {
@@ -70,7 +71,7 @@ ProcessLogSlot& ProcessLog() {
 // Keeps the first log installed; a log built by a thread that lost the race
 // is dropped.
 std::shared_ptr<OEventLog> InstallProcessLog(std::shared_ptr<OEventLog> log) {
-  std::lock_guard lock(ProcessLog().mutex);
+  MutexLock lock(ProcessLog().mutex);
   if (!ProcessLog().log) ProcessLog().log = std::move(log);
   return ProcessLog().log;
 }
@@ -194,17 +195,20 @@ void OEventLogBase::WriteToFile(uint32_t level, std::string_view message) {
   const std::string line = FormatFileLine(level, message);
   CreateFolderOnce(Folder());
   const std::string path = FilePath();
-  bool locked = false;
+  if (!AppendUnderFileMutex(path, line)) platform::DebugOutput(kUnableToOpen);
+}
+
+bool OEventLogBase::AppendUnderFileMutex(const std::string& path, const std::string& line) {
   try {
     file_mutex_.Lock();
-    locked = true;
   } catch (...) {
     // Without the mutex lines may interleave with another process's, which
     // is still better than losing the message.
+    return AppendToFile(path, line);
   }
   const bool written = AppendToFile(path, line);
-  if (locked) file_mutex_.Unlock();
-  if (!written) platform::DebugOutput(kUnableToOpen);
+  file_mutex_.Unlock();
+  return written;
 }
 
 std::shared_ptr<OEventLog> OEventLog::Process() {
@@ -217,7 +221,7 @@ std::shared_ptr<OEventLog> OEventLog::Process() {
 }
 
 std::shared_ptr<OEventLog> OEventLog::ProcessIfCreated() {
-  std::lock_guard lock(ProcessLog().mutex);
+  MutexLock lock(ProcessLog().mutex);
   return ProcessLog().log;
 }
 

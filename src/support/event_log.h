@@ -84,6 +84,9 @@ class OEventLogBase {
   const std::string& Folder() const;
   platform::SystemLog& SystemLog();
   void WriteToFile(uint32_t level, std::string_view message);
+  // Appends with the cross-process file mutex held, or without it when it
+  // cannot be created; false when the file cannot be written.
+  bool AppendUnderFileMutex(const std::string& path, const std::string& line);
   void CreateFolderOnce(const std::string& folder);
 
   const std::string name_;

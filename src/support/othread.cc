@@ -15,7 +15,7 @@ constexpr uint64_t kStopWaitMs = 100;
 constexpr uint64_t kStopPollMs = 5;
 
 void ThreadProc(const std::shared_ptr<IThreadable>& body) {
-  OExceptionHandler("OThread::ThreadProc", kReportLevelThread).Run([&] { body->ThreadStart(); });
+  OExceptionHandler(body->ThreadProcName(), kReportLevelThread).Run([&] { body->ThreadStart(); });
   body->ReleaseOwner();
 }
 
@@ -37,7 +37,7 @@ void OThread::Start() {
                      ExceptionOrigin{"OThread::Start", __FILE__, __LINE__});
   }
   started->SetPriority(priority_);
-  std::lock_guard<std::mutex> hold(thread_mutex_);
+  MutexLock hold(thread_mutex_);
   thread_ = std::move(started);
 }
 
@@ -56,12 +56,12 @@ bool OThread::Stop(uint32_t /*timeout_ms: the wait is bounded on purpose*/) {
 }
 
 uint64_t OThread::thread_id() const {
-  std::lock_guard<std::mutex> hold(thread_mutex_);
+  MutexLock hold(thread_mutex_);
   return thread_ != nullptr ? thread_->Id() : 0;
 }
 
 bool OThread::IsRunning() const {
-  std::lock_guard<std::mutex> hold(thread_mutex_);
+  MutexLock hold(thread_mutex_);
   return thread_ != nullptr && thread_->IsRunning();
 }
 

@@ -4,9 +4,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
-
 #include "platform/native_thread.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel {
 
@@ -20,26 +19,30 @@ class IThreadable {
   virtual void ThreadStart() = 0;
   // Asks the body to end soon; called from other threads, maybe repeatedly.
   virtual void Stop() = 0;
+  // The error frame's source name for the body's thread, as log reports
+  // show it ("Caught in [...]"); a body with a thread procedure of its own
+  // names it.
+  virtual const char* ThreadProcName() const { return "OThread::ThreadProc"; }
 
   // The owner, or null once released. Any thread.
-  std::shared_ptr<void> owner() const {
-    std::lock_guard<std::mutex> hold(owner_mutex_);
+  std::shared_ptr<void> owner() const EXCLUDES(owner_mutex_) {
+    MutexLock hold(owner_mutex_);
     return owner_;
   }
   // Drops the reference to the owner; OThread calls it when the body has
   // returned. Any thread.
-  void ReleaseOwner() {
+  void ReleaseOwner() EXCLUDES(owner_mutex_) {
     std::shared_ptr<void> released;
     {
-      std::lock_guard<std::mutex> hold(owner_mutex_);
+      MutexLock hold(owner_mutex_);
       released.swap(owner_);
     }
     // The owner may be destroyed here, outside the lock.
   }
 
  private:
-  mutable std::mutex owner_mutex_;
-  std::shared_ptr<void> owner_;  // guarded by owner_mutex_
+  mutable Mutex owner_mutex_;
+  std::shared_ptr<void> owner_ GUARDED_BY(owner_mutex_);
 };
 
 // Starts threads; replaceable so that tests can make a start fail.
@@ -55,8 +58,9 @@ class OThread {
   ~OThread();
 
   // Runs the body on a new thread at the stored priority (a priority the
-  // platform refuses is ignored). The thread keeps the body alive, reports an
-  // exception that escapes it to the log, and releases the body's owner when
+  // platform refuses is ignored), inside an error frame named by the body's
+  // ThreadProcName. The thread keeps the body alive, reports an exception
+  // that escapes it to the log, and releases the body's owner when
   // the body returns. Throws OException "_beginthreadex error in
   // OThread::Start" with the starter's error number when the thread cannot
   // start. Does not block; any thread.
@@ -81,8 +85,8 @@ class OThread {
   const std::shared_ptr<IThreadable> body_;
   const int priority_;
   const ThreadStarter starter_;
-  mutable std::mutex thread_mutex_;
-  std::unique_ptr<platform::NativeThread> thread_;  // guarded by thread_mutex_
+  mutable Mutex thread_mutex_;
+  std::unique_ptr<platform::NativeThread> thread_ GUARDED_BY(thread_mutex_);
 };
 
 }  // namespace vantrel

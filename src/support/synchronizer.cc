@@ -6,13 +6,13 @@
 
 namespace vantrel {
 
-OCriticalSection::OCriticalSection() : section_(std::make_unique<std::recursive_mutex>()) {}
+OCriticalSection::OCriticalSection() : section_(std::make_unique<RecursiveMutex>()) {}
 
 OCriticalSection::~OCriticalSection() = default;
 
-void OCriticalSection::Lock() { section_->lock(); }
+void OCriticalSection::Lock() { section_->Lock(); }
 
-void OCriticalSection::Unlock() { section_->unlock(); }
+void OCriticalSection::Unlock() { section_->Unlock(); }
 
 OMutex::OMutex(std::string name, uint32_t timeout_ms)
     : name_(std::move(name)), timeout_ms_(timeout_ms) {}
@@ -21,7 +21,7 @@ OMutex::~OMutex() = default;
 
 platform::NamedMutex& OMutex::Handle() {
   if (ready_.load()) return *mutex_;
-  std::lock_guard<std::mutex> hold(create_mutex_);
+  MutexLock hold(create_mutex_);
   if (mutex_ == nullptr) {
     const long error = platform::CreateNamedMutex(name_, &mutex_);
     if (error != 0) {

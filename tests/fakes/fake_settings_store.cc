@@ -10,6 +10,7 @@
 
 #include "platform/unicode.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::testing {
 namespace {
@@ -59,7 +60,7 @@ struct FakeSettingsStore::State {
   };
 
   // Counts the call and answers the injected failure for it, if any.
-  long EnterLocked(Operation operation) {
+  long EnterLocked(Operation operation) REQUIRES(mutex) {
     const auto index = static_cast<size_t>(operation);
     ++calls[index];
     Injection& injection = injections[index];
@@ -69,10 +70,13 @@ struct FakeSettingsStore::State {
     return error;
   }
 
-  std::shared_ptr<Node>& Root(RegistryRoot root) { return roots[static_cast<size_t>(root)]; }
+  std::shared_ptr<Node>& Root(RegistryRoot root) REQUIRES(mutex) {
+    return roots[static_cast<size_t>(root)];
+  }
 
   // The node at `parts` below `root`, or null.
-  std::shared_ptr<Node> FindLocked(RegistryRoot root, const std::vector<std::string>& parts) {
+  std::shared_ptr<Node> FindLocked(RegistryRoot root, const std::vector<std::string>& parts)
+      REQUIRES(mutex) {
     std::shared_ptr<Node> node = Root(root);
     for (const std::string& part : parts) {
       const auto child = node->children.find(platform::AsciiLower(part));
@@ -82,13 +86,13 @@ struct FakeSettingsStore::State {
     return node;
   }
 
-  std::mutex mutex;
-  std::array<std::shared_ptr<Node>, 4> roots{std::make_shared<Node>(""), std::make_shared<Node>(""),
-                                             std::make_shared<Node>(""),
-                                             std::make_shared<Node>("")};
-  bool read_only = false;
-  std::array<Injection, kOperationCount> injections{};
-  std::array<int, kOperationCount> calls{};
+  Mutex mutex;
+  std::array<std::shared_ptr<Node>, 4> roots GUARDED_BY(mutex){
+      std::make_shared<Node>(""), std::make_shared<Node>(""), std::make_shared<Node>(""),
+      std::make_shared<Node>("")};
+  bool read_only GUARDED_BY(mutex) = false;
+  std::array<Injection, kOperationCount> injections GUARDED_BY(mutex){};
+  std::array<int, kOperationCount> calls GUARDED_BY(mutex){};
 };
 
 namespace {
@@ -100,7 +104,7 @@ class FakeKey : public platform::SettingsKey {
       : state_(std::move(state)), node_(std::move(node)), access_(access) {}
 
   long QueryValue(std::string_view name, RegistryValue* value) override {
-    std::lock_guard lock(state_->mutex);
+    MutexLock lock(state_->mutex);
     if (const long error = EnterLocked(Operation::kQueryValue, platform::kKeyQueryValue)) {
       return error;
     }
@@ -111,7 +115,7 @@ class FakeKey : public platform::SettingsKey {
   }
 
   long SetValue(std::string_view name, const RegistryValue& value) override {
-    std::lock_guard lock(state_->mutex);
+    MutexLock lock(state_->mutex);
     if (const long error = EnterWriteLocked(Operation::kSetValue)) return error;
     const auto [slot, added] =
         node_->values.try_emplace(platform::AsciiLower(name), NamedValue{std::string(name), {}});
@@ -120,7 +124,7 @@ class FakeKey : public platform::SettingsKey {
   }
 
   long DeleteValue(std::string_view name) override {
-    std::lock_guard lock(state_->mutex);
+    MutexLock lock(state_->mutex);
     if (const long error = EnterWriteLocked(Operation::kDeleteValue)) return error;
     return node_->values.erase(platform::AsciiLower(name)) ? platform::kErrorSuccess
                                                            : platform::kErrorFileNotFound;
@@ -128,7 +132,7 @@ class FakeKey : public platform::SettingsKey {
 
   long DeleteSubKey(std::string_view relative_path) override {
     std::vector<std::string> parts;
-    std::lock_guard lock(state_->mutex);
+    MutexLock lock(state_->mutex);
     if (const long error = EnterLocked(Operation::kDeleteSubKey, 0)) return error;
     if (const long error = SplitPath(relative_path, &parts)) return error;
     if (parts.empty()) return platform::kErrorInvalidParameter;
@@ -148,7 +152,7 @@ class FakeKey : public platform::SettingsKey {
   }
 
   long EnumSubKey(uint32_t index, std::string* name) override {
-    std::lock_guard lock(state_->mutex);
+    MutexLock lock(state_->mutex);
     if (const long error = EnterLocked(Operation::kEnumSubKey, platform::kKeyEnumerateSubKeys)) {
       return error;
     }
@@ -158,7 +162,7 @@ class FakeKey : public platform::SettingsKey {
   }
 
   long EnumValue(uint32_t index, std::string* name, RegistryValue* value) override {
-    std::lock_guard lock(state_->mutex);
+    MutexLock lock(state_->mutex);
     if (const long error = EnterLocked(Operation::kEnumValue, platform::kKeyQueryValue)) {
       return error;
     }
@@ -170,7 +174,7 @@ class FakeKey : public platform::SettingsKey {
   }
 
   long QueryInfo(KeyInfo* info) override {
-    std::lock_guard lock(state_->mutex);
+    MutexLock lock(state_->mutex);
     if (const long error = EnterLocked(Operation::kQueryInfo, platform::kKeyQueryValue)) {
       return error;
     }
@@ -192,14 +196,14 @@ class FakeKey : public platform::SettingsKey {
  private:
   // Counts the call, then answers an injected failure, a handle lacking
   // `needed` access, or a key deleted since it was opened, in that order.
-  long EnterLocked(Operation operation, uint32_t needed) {
+  long EnterLocked(Operation operation, uint32_t needed) REQUIRES(state_->mutex) {
     if (const long error = state_->EnterLocked(operation)) return error;
     if ((access_ & needed) != needed) return platform::kErrorAccessDenied;
     if (node_->deleted) return platform::kErrorKeyDeleted;
     return platform::kErrorSuccess;
   }
 
-  long EnterWriteLocked(Operation operation) {
+  long EnterWriteLocked(Operation operation) REQUIRES(state_->mutex) {
     if (const long error = EnterLocked(operation, platform::kKeySetValue)) return error;
     return state_->read_only ? platform::kErrorAccessDenied : platform::kErrorSuccess;
   }
@@ -218,7 +222,7 @@ FakeSettingsStore::~FakeSettingsStore() = default;
 long FakeSettingsStore::OpenKey(RegistryRoot root, std::string_view path, uint32_t access,
                                 std::unique_ptr<platform::SettingsKey>* key) {
   std::vector<std::string> parts;
-  std::lock_guard lock(state_->mutex);
+  MutexLock lock(state_->mutex);
   if (const long error = state_->EnterLocked(Operation::kOpenKey)) return error;
   if (const long error = SplitPath(path, &parts)) return error;
   std::shared_ptr<Node> node = state_->FindLocked(root, parts);
@@ -233,7 +237,7 @@ long FakeSettingsStore::OpenKey(RegistryRoot root, std::string_view path, uint32
 long FakeSettingsStore::CreateKey(RegistryRoot root, std::string_view path, uint32_t access,
                                   std::unique_ptr<platform::SettingsKey>* key) {
   std::vector<std::string> parts;
-  std::lock_guard lock(state_->mutex);
+  MutexLock lock(state_->mutex);
   if (const long error = state_->EnterLocked(Operation::kCreateKey)) return error;
   if (const long error = SplitPath(path, &parts)) return error;
   std::shared_ptr<Node> node = state_->FindLocked(root, parts);
@@ -252,24 +256,24 @@ long FakeSettingsStore::CreateKey(RegistryRoot root, std::string_view path, uint
 }
 
 void FakeSettingsStore::SetReadOnly(bool read_only) {
-  std::lock_guard lock(state_->mutex);
+  MutexLock lock(state_->mutex);
   state_->read_only = read_only;
 }
 
 void FakeSettingsStore::InjectFailure(Operation operation, long error, int times) {
-  std::lock_guard lock(state_->mutex);
+  MutexLock lock(state_->mutex);
   State::Injection& injection = state_->injections[static_cast<size_t>(operation)];
   injection = error == platform::kErrorSuccess || times == 0 ? State::Injection{}
                                                              : State::Injection{error, times};
 }
 
 int FakeSettingsStore::Calls(Operation operation) const {
-  std::lock_guard lock(state_->mutex);
+  MutexLock lock(state_->mutex);
   return state_->calls[static_cast<size_t>(operation)];
 }
 
 void FakeSettingsStore::ResetCounts() {
-  std::lock_guard lock(state_->mutex);
+  MutexLock lock(state_->mutex);
   state_->calls = {};
 }
 

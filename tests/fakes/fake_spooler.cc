@@ -25,20 +25,22 @@ class FakeSpooler::Watch : public ChangeWatch {
  public:
   Watch(FakeSpooler* spooler, std::string printer, NotifyFields fields)
       : spooler_(spooler), printer_(std::move(printer)), fields_(std::move(fields)) {
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     spooler_->watches_.push_back(this);
   }
   ~Watch() override {
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     auto& all = spooler_->watches_;
     all.erase(std::remove(all.begin(), all.end(), this), all.end());
   }
 
   long Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
     spooler_->Count("Wait");
-    std::unique_lock lock(spooler_->mutex_);
-    spooler_->changed_.wait_for(lock, std::chrono::milliseconds(timeout_ms),
-                                [&] { return cancelled_ || discarded_ || !pending_.empty(); });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    MutexLock lock(spooler_->mutex_);
+    while (!cancelled_ && !discarded_ && pending_.empty()) {
+      if (!lock.WaitUntil(spooler_->changed_, deadline)) break;
+    }
     if (cancelled_) return kErrorPrintCancelled;
     if (!discarded_ && pending_.empty()) return kErrorWaitTimeout;
     batch->discarded = discarded_;
@@ -52,7 +54,7 @@ class FakeSpooler::Watch : public ChangeWatch {
 
   long Refresh(NotifyBatch* batch) override {
     spooler_->Count("Refresh");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     Printer* p = spooler_->FindLocked(printer_);
     if (p == nullptr) return kErrorInvalidHandle;
     NotifyBatch out;
@@ -67,13 +69,14 @@ class FakeSpooler::Watch : public ChangeWatch {
   }
 
   void Cancel() override {
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     cancelled_ = true;
     spooler_->changed_.notify_all();
   }
 
-  // Called with the spooler's lock held.
-  void Offer(const std::string& printer, const NotifyItem& item) {
+  // Called with the spooler's lock held; the analysis cannot tie this
+  // watch's spooler to the caller's, hence no check here.
+  void Offer(const std::string& printer, const NotifyItem& item) NO_THREAD_SAFETY_ANALYSIS {
     if (printer != printer_ && !printer_.empty()) return;
     const auto& wanted =
         item.type == NotifyType::kPrinter ? fields_.printer_fields : fields_.job_fields;
@@ -84,7 +87,8 @@ class FakeSpooler::Watch : public ChangeWatch {
     pending_.push_back(item);
     change_ |= item.type == NotifyType::kJob ? kChangeJob : kChangePrinter;
   }
-  void Drop(const std::string& printer) {
+  // As Offer.
+  void Drop(const std::string& printer) NO_THREAD_SAFETY_ANALYSIS {
     if (printer != printer_) return;
     discarded_ = true;
     pending_.clear();
@@ -129,12 +133,11 @@ class FakeSpooler::Watch : public ChangeWatch {
   FakeSpooler* const spooler_;
   const std::string printer_;  // empty: the server (printer list changes)
   const NotifyFields fields_;
-  // Guarded by the spooler's mutex.
-  std::vector<NotifyItem> pending_;
-  uint32_t change_ = 0;
-  bool discarded_ = false;
-  bool cancelled_ = false;
-  bool dropping_ = false;
+  std::vector<NotifyItem> pending_ GUARDED_BY(spooler_->mutex_);
+  uint32_t change_ GUARDED_BY(spooler_->mutex_) = 0;
+  bool discarded_ GUARDED_BY(spooler_->mutex_) = false;
+  bool cancelled_ GUARDED_BY(spooler_->mutex_) = false;
+  bool dropping_ GUARDED_BY(spooler_->mutex_) = false;
 };
 
 class FakePrinter : public SpoolerPrinter {
@@ -167,7 +170,7 @@ class FakePrinter : public SpoolerPrinter {
 
   long SetInfo2(const PrinterInfo2& info) override {
     spooler_->Count("SetInfo2");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     if (p == nullptr) return kErrorInvalidHandle;
     if ((access_ & kPrinterAccessAdminister) == 0 || p->deny_admin) return kErrorAccessDenied;
@@ -198,7 +201,7 @@ class FakePrinter : public SpoolerPrinter {
 
   long Control(PrinterControl command) override {
     spooler_->Count("Control");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     if (p == nullptr) return kErrorInvalidHandle;
     if ((access_ & kPrinterAccessAdminister) == 0 || p->deny_admin) return kErrorAccessDenied;
@@ -252,7 +255,7 @@ class FakePrinter : public SpoolerPrinter {
 
   long ControlJob(uint32_t job_id, JobControl command) override {
     spooler_->Count("ControlJob");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     FakeSpooler::Job* job = p != nullptr ? Find(*p, job_id) : nullptr;
     if (job == nullptr) return kErrorInvalidParameter;
@@ -281,7 +284,7 @@ class FakePrinter : public SpoolerPrinter {
 
   long SetJob2(uint32_t job_id, const JobInfo2& info) override {
     spooler_->Count("SetJob2");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     FakeSpooler::Job* job = p != nullptr ? Find(*p, job_id) : nullptr;
     if (job == nullptr) return kErrorInvalidParameter;
@@ -324,7 +327,7 @@ class FakePrinter : public SpoolerPrinter {
   long StartDoc(std::string_view document_name, std::string_view datatype,
                 uint32_t* job_id) override {
     spooler_->Count("StartDoc");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     if (p == nullptr || name_.empty()) return kErrorInvalidHandle;
     if (doc_ != 0) return kErrorInvalidParameter;
@@ -349,7 +352,7 @@ class FakePrinter : public SpoolerPrinter {
   long EndPage() override { return doc_ != 0 ? kErrorSuccess : kErrorInvalidParameter; }
   long Write(const void* bytes, uint32_t size, uint32_t* written) override {
     spooler_->Count("Write");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Job* job = OpenDocLocked();
     if (job == nullptr) return kErrorInvalidParameter;
     const uint32_t limit = spooler_->write_limit_;
@@ -360,7 +363,7 @@ class FakePrinter : public SpoolerPrinter {
   }
   long EndDoc() override {
     spooler_->Count("EndDoc");
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Job* job = OpenDocLocked();
     doc_ = 0;
     if (job == nullptr) return kErrorInvalidParameter;
@@ -374,7 +377,7 @@ class FakePrinter : public SpoolerPrinter {
   template <typename F>
   long Read(const char* operation, F take, bool record = true) {
     spooler_->Count(operation);
-    std::lock_guard lock(spooler_->mutex_);
+    MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     if (p == nullptr) return kErrorInvalidHandle;
     if (record && p->broken) return kErrorInvalidData;
@@ -386,16 +389,18 @@ class FakePrinter : public SpoolerPrinter {
       if (job.info.job_id == job_id) return &job;
     return nullptr;
   }
-  FakeSpooler::Job* OpenDocLocked() {
+  FakeSpooler::Job* OpenDocLocked() REQUIRES(spooler_->mutex_) {
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     return p != nullptr && doc_ != 0 ? Find(*p, doc_) : nullptr;
   }
-  void NotifyJob(uint32_t job_id, uint16_t field, uint32_t number) {
+  void NotifyJob(uint32_t job_id, uint16_t field, uint32_t number) REQUIRES(spooler_->mutex_) {
     NotifyItem item = Item(NotifyType::kJob, field, job_id);
     item.number = number;
     spooler_->NotifyLocked(name_, item);
   }
-  void JobGone(uint32_t job_id) { NotifyJob(job_id, job_field::kStatus, kJobStatusDeleted); }
+  void JobGone(uint32_t job_id) REQUIRES(spooler_->mutex_) {
+    NotifyJob(job_id, job_field::kStatus, kJobStatusDeleted);
+  }
 
   FakeSpooler* const spooler_;
   const std::string name_;
@@ -407,12 +412,12 @@ FakeSpooler::FakeSpooler() { ports_.insert("file:///dev/null"); }
 FakeSpooler::~FakeSpooler() = default;
 
 void FakeSpooler::Count(const std::string& operation) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   ++calls_[operation];
 }
 
 int FakeSpooler::Calls(const std::string& operation) const {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   auto it = calls_.find(operation);
   return it == calls_.end() ? 0 : it->second;
 }
@@ -433,7 +438,7 @@ void FakeSpooler::NotifyLocked(const std::string& printer, NotifyItem item) {
 
 void FakeSpooler::AddPrinter(const std::string& name, const std::string& port,
                              const std::string& comment, const std::string& location) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   Printer p;
   p.info.printer_name = name;
   p.info.comment = comment;
@@ -456,18 +461,18 @@ void FakeSpooler::AddPrinter(const std::string& name, const std::string& port,
 }
 
 void FakeSpooler::RemovePrinter(const std::string& name) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   printers_.erase(name);
   order_.erase(std::remove(order_.begin(), order_.end(), name), order_.end());
 }
 
 void FakeSpooler::AddPort(const std::string& port) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   ports_.insert(port);
 }
 
 void FakeSpooler::SetStatus(const std::string& name, uint32_t status) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) {
     p->info.status = status;
     NotifyLocked(name, Watch::PrinterItem(*p, printer_field::kStatus));
@@ -475,44 +480,44 @@ void FakeSpooler::SetStatus(const std::string& name, uint32_t status) {
 }
 
 void FakeSpooler::SetAttributes(const std::string& name, uint32_t attributes) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->info.attributes = attributes;
 }
 
 void FakeSpooler::SetData(const std::string& name, const std::string& value_name,
                           std::vector<uint8_t> bytes) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->data["\n" + value_name] = std::move(bytes);
 }
 
 void FakeSpooler::RenameRecord(const std::string& name, const std::string& record_name) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->info.printer_name = record_name;
 }
 
 void FakeSpooler::DenyAdministration(const std::string& name) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->deny_admin = true;
 }
 
 void FakeSpooler::BreakRecords(const std::string& name) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->broken = true;
 }
 
 void FakeSpooler::LimitWrites(uint32_t bytes) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   write_limit_ = bytes;
 }
 
 void FakeSpooler::DropNotifications(const std::string& name) {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   for (Watch* watch : watches_) watch->Drop(name);
   changed_.notify_all();
 }
 
 std::string FakeSpooler::DocumentBytes(uint32_t job_id) const {
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   for (const auto& [name, p] : printers_)
     for (const auto& job : p.jobs)
       if (job.info.job_id == job_id) return job.bytes;
@@ -522,7 +527,7 @@ std::string FakeSpooler::DocumentBytes(uint32_t job_id) const {
 long FakeSpooler::Open(std::string_view name, uint32_t access,
                        std::unique_ptr<SpoolerPrinter>* printer) {
   Count("Open");
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   Printer* p = FindLocked(std::string(name));
   if (p == nullptr) return kErrorInvalidPrinterName;
   if ((access & ~kPrinterAccessUse & 0xFFFF) != 0 && p->deny_admin) return kErrorAccessDenied;
@@ -532,7 +537,7 @@ long FakeSpooler::Open(std::string_view name, uint32_t access,
 
 long FakeSpooler::EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) {
   Count("EnumPrinters2");
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   printers->clear();
   for (const auto& name : order_) {
     const bool shared = printers_[name].info.attributes & kPrinterAttributeShared;
@@ -546,7 +551,7 @@ long FakeSpooler::EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* print
 
 long FakeSpooler::EnumPrinters4(uint32_t, std::vector<PrinterInfo4>* printers) {
   Count("EnumPrinters4");
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   printers->clear();
   for (const auto& name : order_) {
     const PrinterInfo2& i = printers_[name].info;
@@ -557,7 +562,7 @@ long FakeSpooler::EnumPrinters4(uint32_t, std::vector<PrinterInfo4>* printers) {
 
 long FakeSpooler::EnumPorts2(std::vector<PortInfo2>* ports) {
   Count("EnumPorts2");
-  std::lock_guard lock(mutex_);
+  MutexLock lock(mutex_);
   ports->clear();
   for (const auto& port : ports_) ports->push_back({port, "Local Port", port, 0});
   return kErrorSuccess;

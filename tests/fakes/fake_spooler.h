@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/spooler.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::testing {
 
@@ -73,18 +74,18 @@ class FakeSpooler : public platform::Spooler {
   friend class FakePrinter;
   friend class Watch;
   void Count(const std::string& operation);
-  Printer* FindLocked(const std::string& name);
-  void NotifyLocked(const std::string& printer, platform::NotifyItem item);
+  Printer* FindLocked(const std::string& name) REQUIRES(mutex_);
+  void NotifyLocked(const std::string& printer, platform::NotifyItem item) REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;
+  mutable Mutex mutex_;
   std::condition_variable changed_;
-  std::map<std::string, Printer> printers_;  // GUARDED_BY(mutex_)
-  std::vector<std::string> order_;           // insertion order of printers_
-  std::set<std::string> ports_;
-  std::map<std::string, int> calls_;
-  std::vector<Watch*> watches_;
-  uint32_t write_limit_ = 0;
-  uint32_t next_job_id_ = 1;
+  std::map<std::string, Printer> printers_ GUARDED_BY(mutex_);
+  std::vector<std::string> order_ GUARDED_BY(mutex_);  // insertion order of printers_
+  std::set<std::string> ports_ GUARDED_BY(mutex_);
+  std::map<std::string, int> calls_ GUARDED_BY(mutex_);
+  std::vector<Watch*> watches_ GUARDED_BY(mutex_);
+  uint32_t write_limit_ GUARDED_BY(mutex_) = 0;
+  uint32_t next_job_id_ GUARDED_BY(mutex_) = 1;
 };
 
 }  // namespace vantrel::testing

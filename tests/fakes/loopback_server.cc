@@ -15,7 +15,7 @@ LoopbackServer::~LoopbackServer() {
 }
 
 void LoopbackServer::CloseAccepted() {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   for (platform::SocketHandle socket : open_) platform::CloseSocket(socket);
   open_.clear();
 }
@@ -29,7 +29,7 @@ void LoopbackServer::Serve() {
       platform::CloseSocket(connection);
       continue;
     }
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     open_.push_back(connection);
   }
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/tcp_socket.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::testing {
 
@@ -29,8 +30,8 @@ class LoopbackServer {
   uint16_t port_ = 0;
   std::atomic<bool> stop_{false};
   std::atomic<int> accepted_{0};
-  std::mutex mutex_;
-  std::vector<platform::SocketHandle> open_;  // guarded by mutex_
+  Mutex mutex_;
+  std::vector<platform::SocketHandle> open_ GUARDED_BY(mutex_);
   std::thread thread_;
 };
 

@@ -101,6 +101,14 @@ class ClientUtilityTest : public ::testing::Test {
   ClientUtilityTest() {
     TCPSocketManagerHooks hooks = TCPSocketManagerHooks::Platform();
     hooks.log = nullptr;
+    // The real connection, counted: a refused port answers one attempt as
+    // fast as three.
+    hooks.connect = [this, connect = hooks.connect](std::string_view host, uint32_t port,
+                                                    uint32_t timeout_ms, uint32_t attempts,
+                                                    platform::SocketHandle* socket) {
+      connect_attempts_ += attempts;
+      return connect(host, port, timeout_ms, attempts, socket);
+    };
     manager_ = TCPSocketManager::Create(hooks);
     ClientUtility::Hooks client_hooks;
     client_hooks.log = [this](uint32_t, const std::string& line) {
@@ -128,6 +136,7 @@ class ClientUtilityTest : public ::testing::Test {
 
   testing::FakeSettingsStore store_;
   std::shared_ptr<TCPSocketManager> manager_;
+  std::atomic<uint32_t> connect_attempts_{0};
   std::unique_ptr<ClientUtility> client_;
   XpmlPrinterContext context_{"Label Printer 1", {}, false};
   testing::FakeSpooler spooler_;
@@ -193,11 +202,12 @@ TEST_F(ClientUtilityTest, ServiceGoneFailsWithinTheConfiguredAttempts) {
   ASSERT_EQ(platform::ListenSocket("127.0.0.1", 0, &listener, &port), 0);
   platform::CloseSocket(listener);
   SetNumber("NETWORK:XPML Server Port", port);
-  SetNumber("NETWORK:Connection Retries", 1);
+  SetNumber("NETWORK:Connection Retries", 1);  // the default is 2
   SetNumber("NETWORK:Connection Timeout", 200);
   const uint64_t start = platform::TickCount64();
   EXPECT_FALSE(client_->SendReceive(context_, "x"));
   EXPECT_LT(platform::TickCount64() - start, 5000u);
+  EXPECT_EQ(connect_attempts_.load(), 2u) << "one retry: two attempts in all";
   EXPECT_EQ(manager_->EntryCount(), 0u);
 }
 

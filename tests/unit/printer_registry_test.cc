@@ -212,13 +212,19 @@ TEST(PrinterRegistryTest, OperationsOfAllPrinterRegistriesAreSerialised) {
   auto increment = [&store](bool hold_mutex_around_update) {
     PrinterRegistry registry("P1", "", "", "", 0, &store);
     OMutex update_lock(PrinterRegistry::kMutexName);
+    auto update = [&registry] {
+      const uint32_t count = registry.ReadDword("SETTINGS:Count").value_or(0);
+      registry.WriteDword("SETTINGS:Count", count + 1);
+    };
     for (int i = 0; i < kRounds; ++i) {
       // A caller making one update of two operations holds the same mutex;
       // the operations then take it again on the same thread.
-      if (hold_mutex_around_update) update_lock.Lock();
-      const uint32_t count = registry.ReadDword("SETTINGS:Count").value_or(0);
-      registry.WriteDword("SETTINGS:Count", count + 1);
-      if (hold_mutex_around_update) update_lock.Unlock();
+      if (hold_mutex_around_update) {
+        OLock hold(update_lock);
+        update();
+      } else {
+        update();
+      }
     }
   };
   for (bool hold : {false, true}) {

@@ -41,16 +41,23 @@ TEST(SynchronizerTest, EveryKindOfLockKeepsThreadsApart) {
   }
 }
 
+// What these tests exercise is what the lock analysis forbids: a second
+// entry into a recursive section, and releases it cannot pair with a take
+// (before any take, after a timed-out take, after TryLock). These helpers
+// keep those steps out of its sight.
+void EnterAgain(OSynchronizer& lock) NO_THREAD_SAFETY_ANALYSIS { lock.Lock(); }
+void ReleaseUnpaired(OSynchronizer& lock) NO_THREAD_SAFETY_ANALYSIS { lock.Unlock(); }
+
 TEST(SynchronizerTest, CriticalSectionLetsItsHolderInAgain) {
   OCriticalSection section;
   std::atomic<bool> other_entered{false};
   section.Lock();
-  section.Lock();
+  EnterAgain(section);
   std::thread other([&] {
     OLock hold(section);
     other_entered = true;
   });
-  section.Unlock();
+  ReleaseUnpaired(section);
   platform::SleepMilliseconds(30);
   EXPECT_FALSE(other_entered) << "still held once";
   section.Unlock();
@@ -62,7 +69,7 @@ TEST(SynchronizerTest, MutexLockGoesOnAfterItsTimeOutWithoutTakingTheMutex) {
   const std::string name = UniqueName("vantrel-test-omutex-timeout-");
   OMutex holder(name);
   OMutex waiter(name, 150);
-  waiter.Unlock();  // before the first Lock: nothing to release
+  ReleaseUnpaired(waiter);  // before the first Lock: nothing to release
   holder.Lock();
   std::thread([&] {
     const uint64_t start = platform::TickCount64();
@@ -76,7 +83,7 @@ TEST(SynchronizerTest, MutexLockGoesOnAfterItsTimeOutWithoutTakingTheMutex) {
   holder.Unlock();
   std::thread([&] {
     EXPECT_EQ(waiter.TryLock(), WaitResult::kAcquired);
-    waiter.Unlock();
+    ReleaseUnpaired(waiter);
   }).join();
 }
 

@@ -67,7 +67,7 @@ void Server::Stop() {
   }
   std::vector<std::unique_ptr<Connection>> connections;
   {
-    std::lock_guard<std::mutex> hold(connections_mutex_);
+    MutexLock hold(connections_mutex_);
     connections.swap(connections_);
   }
   for (auto& connection : connections) connection->thread.join();
@@ -76,7 +76,7 @@ void Server::Stop() {
 void Server::ReapFinished() {
   std::vector<std::unique_ptr<Connection>> finished;
   {
-    std::lock_guard<std::mutex> hold(connections_mutex_);
+    MutexLock hold(connections_mutex_);
     auto done = std::stable_partition(connections_.begin(), connections_.end(),
                                       [](const auto& c) { return !c->done.load(); });
     std::move(done, connections_.end(), std::back_inserter(finished));
@@ -95,7 +95,7 @@ void Server::AcceptLoop(Service service, SocketHandle listener) {
       continue;
     }
     ReapFinished();
-    std::lock_guard<std::mutex> hold(connections_mutex_);
+    MutexLock hold(connections_mutex_);
     if (connections_.size() >= kMaxConnections) {
       platform::CloseSocket(accepted);
       continue;
@@ -148,7 +148,7 @@ void Server::StoreJob(std::string bytes) {
   size_t index = 0;
   std::string copy = options_.jobs_folder.empty() ? std::string() : bytes;
   {
-    std::lock_guard<std::mutex> hold(state_mutex_);
+    MutexLock hold(state_mutex_);
     index = state_.jobs.size();
     state_.jobs.push_back(std::move(bytes));
   }
@@ -186,7 +186,7 @@ void Server::ServeHttp(Service service, SocketHandle connection) {
     if (reader.state() != RequestReader::State::kComplete) continue;
     SimReply reply;
     {
-      std::lock_guard<std::mutex> hold(state_mutex_);
+      MutexLock hold(state_mutex_);
       reply = service == kControl ? HandleControl(&state_, reader.request())
                                   : AnswerXpml(&state_, reader.request());
     }

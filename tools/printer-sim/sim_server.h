@@ -14,6 +14,7 @@
 
 #include "platform/tcp_socket.h"
 #include "printer-sim/sim_state.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::sim {
 
@@ -71,11 +72,11 @@ class Server {
   uint16_t bound_[kServices] = {0, 0, 0, 0};
   std::vector<std::thread> accept_threads_;  // the Start/Stop thread only
 
-  std::mutex connections_mutex_;
-  std::vector<std::unique_ptr<Connection>> connections_;  // guarded by connections_mutex_
+  Mutex connections_mutex_;
+  std::vector<std::unique_ptr<Connection>> connections_ GUARDED_BY(connections_mutex_);
 
-  std::mutex state_mutex_;
-  SimState state_;  // guarded by state_mutex_
+  Mutex state_mutex_;
+  SimState state_ GUARDED_BY(state_mutex_);
 };
 
 }  // namespace vantrel::sim

@@ -15,6 +15,7 @@
 #include "sample_settings.h"
 #include "support/driver_module_abi.h"
 #include "support/pipe_wire.h"
+#include "platform/thread_annotations.h"
 
 #ifndef VANTREL_MODULE_EXPORT
 #define VANTREL_MODULE_EXPORT
@@ -24,12 +25,12 @@ namespace {
 
 using namespace vantrel;
 
-std::mutex handles_mutex;
-std::map<uint64_t, std::string> printers_by_handle;  // guarded by handles_mutex
-uint64_t next_handle = 0x5A00;                       // guarded by handles_mutex
+vantrel::Mutex handles_mutex;
+std::map<uint64_t, std::string> printers_by_handle GUARDED_BY(handles_mutex);
+uint64_t next_handle GUARDED_BY(handles_mutex) = 0x5A00;
 
 std::string PrinterOf(uint64_t handle) {
-  std::lock_guard<std::mutex> hold(handles_mutex);
+  vantrel::MutexLock hold(handles_mutex);
   auto found = printers_by_handle.find(handle);
   return found == printers_by_handle.end() ? std::string() : found->second;
 }
@@ -45,13 +46,13 @@ extern "C" {
 VANTREL_MODULE_EXPORT uint64_t Kesto_Printer_Open(const char16_t* printer_name) {
   const std::string printer = Text(printer_name);
   if (printer.empty()) return 0;
-  std::lock_guard<std::mutex> hold(handles_mutex);
+  vantrel::MutexLock hold(handles_mutex);
   printers_by_handle[++next_handle] = printer;
   return next_handle;
 }
 
 VANTREL_MODULE_EXPORT uint64_t Kesto_Printer_Close(uint64_t handle) {
-  std::lock_guard<std::mutex> hold(handles_mutex);
+  vantrel::MutexLock hold(handles_mutex);
   return printers_by_handle.erase(handle);
 }
 

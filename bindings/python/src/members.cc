@@ -1,4 +1,5 @@
 #include "members.h"
+#include "platform/thread_annotations.h"
 
 #include <map>
 #include <mutex>
@@ -76,10 +77,10 @@ std::shared_ptr<InterfaceInfo> ReadInterface(ITypeInfo* type) {
   return info;
 }
 
-std::mutex cache_lock;
+Mutex cache_lock;
 // Keyed by IID text; entries are never removed (one per interface of the
 // library, so the map stays small).
-std::map<std::string, std::shared_ptr<const InterfaceInfo>>& Cache() {
+std::map<std::string, std::shared_ptr<const InterfaceInfo>>& Cache() REQUIRES(cache_lock) {
   static auto* cache = new std::map<std::string, std::shared_ptr<const InterfaceInfo>>();
   return *cache;
 }
@@ -101,7 +102,7 @@ std::shared_ptr<const InterfaceInfo> DescribeInterface(IDispatch* object) {
   if (FAILED(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, &type)) || type == nullptr) return nullptr;
   const std::string iid = IidOf(type);
   {
-    std::lock_guard<std::mutex> hold(cache_lock);
+    MutexLock hold(cache_lock);
     auto found = Cache().find(iid);
     if (found != Cache().end()) {
       type->Release();
@@ -113,7 +114,7 @@ std::shared_ptr<const InterfaceInfo> DescribeInterface(IDispatch* object) {
   std::shared_ptr<const InterfaceInfo> info = ReadInterface(type);
   type->Release();
   if (!info) return nullptr;
-  std::lock_guard<std::mutex> hold(cache_lock);
+  MutexLock hold(cache_lock);
   return Cache().emplace(iid, info).first->second;
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "automation_runtime.h"
+#include "platform/thread_annotations.h"
 
 namespace {
 
@@ -60,31 +61,31 @@ class ErrorObject final : public IErrorInfo, public ICreateErrorInfo {
   // IErrorInfo
   STDMETHODIMP GetGUID(GUID* guid) override {
     if (guid == nullptr) return E_INVALIDARG;
-    std::lock_guard lock(mutex_);
+    vantrel::MutexLock lock(mutex_);
     *guid = guid_;
     return S_OK;
   }
-  STDMETHODIMP GetSource(BSTR* out) override { return Read(source_, out); }
-  STDMETHODIMP GetDescription(BSTR* out) override { return Read(description_, out); }
-  STDMETHODIMP GetHelpFile(BSTR* out) override { return Read(help_file_, out); }
+  STDMETHODIMP GetSource(BSTR* out) override { return Read(&source_, out); }
+  STDMETHODIMP GetDescription(BSTR* out) override { return Read(&description_, out); }
+  STDMETHODIMP GetHelpFile(BSTR* out) override { return Read(&help_file_, out); }
   STDMETHODIMP GetHelpContext(DWORD* out) override {
     if (out == nullptr) return E_INVALIDARG;
-    std::lock_guard lock(mutex_);
+    vantrel::MutexLock lock(mutex_);
     *out = help_context_;
     return S_OK;
   }
 
   // ICreateErrorInfo
   STDMETHODIMP SetGUID(REFGUID guid) override {
-    std::lock_guard lock(mutex_);
+    vantrel::MutexLock lock(mutex_);
     guid_ = guid;
     return S_OK;
   }
-  STDMETHODIMP SetSource(LPOLESTR text) override { return Write(source_, text); }
-  STDMETHODIMP SetDescription(LPOLESTR text) override { return Write(description_, text); }
-  STDMETHODIMP SetHelpFile(LPOLESTR text) override { return Write(help_file_, text); }
+  STDMETHODIMP SetSource(LPOLESTR text) override { return Write(&source_, text); }
+  STDMETHODIMP SetDescription(LPOLESTR text) override { return Write(&description_, text); }
+  STDMETHODIMP SetHelpFile(LPOLESTR text) override { return Write(&help_file_, text); }
   STDMETHODIMP SetHelpContext(DWORD context) override {
-    std::lock_guard lock(mutex_);
+    vantrel::MutexLock lock(mutex_);
     help_context_ = context;
     return S_OK;
   }
@@ -92,23 +93,25 @@ class ErrorObject final : public IErrorInfo, public ICreateErrorInfo {
  private:
   ~ErrorObject() = default;
 
-  HRESULT Read(const OwnedText& field, BSTR* out) {
+  // `field` is one of the texts below, used under their lock (by address:
+  // the analysis would count a reference as a use without it).
+  HRESULT Read(const OwnedText* field, BSTR* out) {
     if (out == nullptr) return E_INVALIDARG;
-    std::lock_guard lock(mutex_);
-    return field.CopyTo(out);
+    vantrel::MutexLock lock(mutex_);
+    return field->CopyTo(out);
   }
-  HRESULT Write(OwnedText& field, const OLECHAR* text) {
-    std::lock_guard lock(mutex_);
-    return field.Set(text) ? S_OK : E_OUTOFMEMORY;
+  HRESULT Write(OwnedText* field, const OLECHAR* text) {
+    vantrel::MutexLock lock(mutex_);
+    return field->Set(text) ? S_OK : E_OUTOFMEMORY;
   }
 
   std::atomic<ULONG> references_{1};
-  std::mutex mutex_;
-  GUID guid_ = GUID_NULL;   // guarded by mutex_
-  OwnedText source_;        // guarded by mutex_
-  OwnedText description_;   // guarded by mutex_
-  OwnedText help_file_;     // guarded by mutex_
-  DWORD help_context_ = 0;  // guarded by mutex_
+  vantrel::Mutex mutex_;
+  GUID guid_ GUARDED_BY(mutex_) = GUID_NULL;
+  OwnedText source_ GUARDED_BY(mutex_);
+  OwnedText description_ GUARDED_BY(mutex_);
+  OwnedText help_file_ GUARDED_BY(mutex_);
+  DWORD help_context_ GUARDED_BY(mutex_) = 0;
 };
 
 // The calling thread's error information; released when the thread ends.

@@ -28,7 +28,7 @@ ConnectionPool::~ConnectionPool() {
 
 http_t* ConnectionPool::Take() {
   {
-    std::lock_guard lock(mutex_);
+    MutexLock lock(mutex_);
     if (!idle_.empty()) {
       http_t* http = idle_.back();
       idle_.pop_back();
@@ -41,12 +41,14 @@ http_t* ConnectionPool::Take() {
 
 void ConnectionPool::Put(http_t* http) {
   if (http == nullptr) return;
-  std::lock_guard lock(mutex_);
-  if (idle_.size() < kMaxIdle) {
-    idle_.push_back(http);
-    return;
+  {
+    MutexLock lock(mutex_);
+    if (idle_.size() < kMaxIdle) {
+      idle_.push_back(http);
+      return;
+    }
   }
-  httpClose(http);
+  httpClose(http);  // outside the lock: closing may wait on the network
 }
 
 ipp_t* ConnectionPool::Do(ipp_t* request, const char* resource, bool about_printer, long* error) {

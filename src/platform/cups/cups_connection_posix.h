@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <vector>
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform::cups {
 
@@ -36,8 +37,8 @@ class ConnectionPool {
  private:
   std::string host_;
   int port_ = 631;
-  std::mutex mutex_;
-  std::vector<http_t*> idle_;  // guarded by mutex_
+  Mutex mutex_;
+  std::vector<http_t*> idle_ GUARDED_BY(mutex_);
 };
 
 // An ipp_t owned by a unique_ptr.

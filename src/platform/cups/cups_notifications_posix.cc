@@ -142,21 +142,18 @@ NotifyItem JobItem(const JobInfo2& j, uint16_t field) {
 
 }  // namespace
 
-class CupsWatch : public ChangeWatch {
+// One watch's state, shared by its handle and the hub's poller.
+class CupsWatch {
  public:
   CupsWatch(NotificationHub& hub, std::string printer, NotifyFields fields)
-      : hub_(hub), printer_(std::move(printer)), fields_(std::move(fields)) {
-    // Subscribed before the first reading: no change falls between the two.
-    hub_.Subscribe();
-    TakeSnapshot(nullptr);
-    hub_.Attach(this);
-  }
-  ~CupsWatch() override { hub_.Detach(this); }
+      : hub_(hub), printer_(std::move(printer)), fields_(std::move(fields)) {}
 
-  long Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
-    std::unique_lock lock(mutex_);
-    ready_.wait_for(lock, std::chrono::milliseconds(timeout_ms),
-                    [&] { return cancelled_ || discarded_ || !pending_.items.empty(); });
+  long Wait(uint32_t timeout_ms, NotifyBatch* batch) EXCLUDES(mutex_) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    MutexLock lock(mutex_);
+    while (!cancelled_ && !discarded_ && pending_.items.empty()) {
+      if (!lock.WaitUntil(ready_, deadline)) break;
+    }
     if (cancelled_) return kErrorPrintCancelled;
     if (!discarded_ && pending_.items.empty()) return kErrorWaitTimeout;
     *batch = std::move(pending_);
@@ -166,36 +163,55 @@ class CupsWatch : public ChangeWatch {
     return kErrorSuccess;
   }
 
-  long Refresh(NotifyBatch* batch) override {
+  long Refresh(NotifyBatch* batch) EXCLUDES(mutex_, snapshot_mutex_) {
     NotifyBatch full;
     TakeSnapshot(&full);
-    std::lock_guard lock(mutex_);
+    MutexLock lock(mutex_);
     pending_ = NotifyBatch();
     discarded_ = false;
     *batch = std::move(full);
     return kErrorSuccess;
   }
 
-  void Cancel() override {
-    std::lock_guard lock(mutex_);
+  void Cancel() EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
     cancelled_ = true;
     ready_.notify_all();
   }
 
+  // Re-reads everything watched; `full`, when given, gets every field.
+  void TakeSnapshot(NotifyBatch* full) EXCLUDES(snapshot_mutex_) {
+    if (printer_.empty()) return;
+    MutexLock snapshot(snapshot_mutex_);
+    Backend& backend = hub_.backend_;
+    PrinterInfo2 printer;
+    if (ReadPrinter(backend, &printer) == kErrorSuccess) last_printer_ = printer;
+    std::vector<JobInfo2> jobs;
+    backend.GetJobs(printer_, &jobs);
+    last_jobs_.clear();
+    for (const JobInfo2& job : jobs) last_jobs_[job.job_id] = job;
+    if (full == nullptr) return;
+    for (uint16_t field : fields_.printer_fields)
+      full->items.push_back(PrinterItem(last_printer_, field));
+    for (const JobInfo2& job : jobs)
+      for (uint16_t field : fields_.job_fields) full->items.push_back(JobItem(job, field));
+  }
+
   const std::string& printer() const { return printer_; }
 
-  void MarkDiscarded() {
-    std::lock_guard lock(mutex_);
+  void MarkDiscarded() EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
     discarded_ = true;
     pending_.items.clear();
     ready_.notify_all();
   }
 
-  // Poller thread: turns what the events touched into items.
+  // Poller thread: turns what the events touched into items. Sends requests
+  // to the scheduler under the snapshot lock, which exists for that.
   void Update(Backend& backend, const std::vector<std::string>& added, bool printer_touched,
-              const std::set<uint32_t>& jobs) {
+              const std::set<uint32_t>& jobs) EXCLUDES(mutex_, snapshot_mutex_) {
     NotifyBatch batch;
-    std::lock_guard snapshot(snapshot_mutex_);
+    MutexLock snapshot(snapshot_mutex_);
     if (printer_.empty()) {
       for (const std::string& name : added)
         batch.items.push_back(Text(NotifyType::kPrinter, printer_field::kPrinterName, 0, name));
@@ -206,14 +222,14 @@ class CupsWatch : public ChangeWatch {
         if (!fields_.job_fields.empty()) UpdateJob(backend, id, &batch);
     }
     if (batch.items.empty()) return;
-    std::lock_guard lock(mutex_);
+    MutexLock lock(mutex_);
     pending_.change |= batch.change;
     for (NotifyItem& item : batch.items) pending_.items.push_back(std::move(item));
     ready_.notify_all();
   }
 
  private:
-  void UpdatePrinter(Backend& backend, NotifyBatch* batch) {
+  void UpdatePrinter(Backend& backend, NotifyBatch* batch) REQUIRES(snapshot_mutex_) {
     PrinterInfo2 now;
     const long error = ReadPrinter(backend, &now);
     if (error == kErrorInvalidPrinterName) {
@@ -231,7 +247,7 @@ class CupsWatch : public ChangeWatch {
     last_printer_ = now;
   }
 
-  void UpdateJob(Backend& backend, uint32_t id, NotifyBatch* batch) {
+  void UpdateJob(Backend& backend, uint32_t id, NotifyBatch* batch) REQUIRES(snapshot_mutex_) {
     JobInfo2 now;
     auto known = last_jobs_.find(id);
     if (backend.GetJob(printer_, id, &now) != kErrorSuccess) {
@@ -263,82 +279,99 @@ class CupsWatch : public ChangeWatch {
     return error;
   }
 
-  // Re-reads everything watched; `full`, when given, gets every field.
-  void TakeSnapshot(NotifyBatch* full) {
-    if (printer_.empty()) return;
-    std::lock_guard snapshot(snapshot_mutex_);
-    Backend& backend = hub_.backend_;
-    PrinterInfo2 printer;
-    if (ReadPrinter(backend, &printer) == kErrorSuccess) last_printer_ = printer;
-    std::vector<JobInfo2> jobs;
-    backend.GetJobs(printer_, &jobs);
-    last_jobs_.clear();
-    for (const JobInfo2& job : jobs) last_jobs_[job.job_id] = job;
-    if (full == nullptr) return;
-    for (uint16_t field : fields_.printer_fields)
-      full->items.push_back(PrinterItem(last_printer_, field));
-    for (const JobInfo2& job : jobs)
-      for (uint16_t field : fields_.job_fields) full->items.push_back(JobItem(job, field));
-  }
-
   NotificationHub& hub_;
   const std::string printer_;
   const NotifyFields fields_;
   // The last values seen, read and renewed by the poller thread and by
-  // Refresh on the waiting thread.
-  std::mutex snapshot_mutex_;
-  PrinterInfo2 last_printer_;               // guarded by snapshot_mutex_
-  std::map<uint32_t, JobInfo2> last_jobs_;  // guarded by snapshot_mutex_
+  // Refresh on the waiting thread. Held while they are read from the
+  // scheduler, so that a refresh and an update do not interleave.
+  Mutex snapshot_mutex_;
+  PrinterInfo2 last_printer_ GUARDED_BY(snapshot_mutex_);
+  std::map<uint32_t, JobInfo2> last_jobs_ GUARDED_BY(snapshot_mutex_);
 
-  std::mutex mutex_;
+  // The batch waiting for the client; taken after the snapshot lock.
+  Mutex mutex_ ACQUIRED_AFTER(snapshot_mutex_);
   std::condition_variable ready_;
-  NotifyBatch pending_;     // guarded by mutex_
-  bool discarded_ = false;  // guarded by mutex_
-  bool cancelled_ = false;  // guarded by mutex_
+  NotifyBatch pending_ GUARDED_BY(mutex_);
+  bool discarded_ GUARDED_BY(mutex_) = false;
+  bool cancelled_ GUARDED_BY(mutex_) = false;
+};
+
+// What the client holds: subscribes and attaches the shared state, and
+// detaches it when destroyed; the poller may still finish an update of it.
+class CupsWatchHandle : public ChangeWatch {
+ public:
+  CupsWatchHandle(NotificationHub& hub, std::shared_ptr<CupsWatch> watch)
+      : hub_(hub), watch_(std::move(watch)) {
+    // Subscribed before the first reading: no change falls between the two.
+    hub_.Subscribe();
+    watch_->TakeSnapshot(nullptr);
+    hub_.Attach(watch_);
+  }
+  ~CupsWatchHandle() override { hub_.Detach(watch_.get()); }
+
+  long Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
+    return watch_->Wait(timeout_ms, batch);
+  }
+  long Refresh(NotifyBatch* batch) override { return watch_->Refresh(batch); }
+  void Cancel() override { watch_->Cancel(); }
+
+ private:
+  NotificationHub& hub_;
+  const std::shared_ptr<CupsWatch> watch_;
 };
 
 NotificationHub::NotificationHub(Backend& backend) : backend_(backend) {}
 
 NotificationHub::~NotificationHub() {
+  std::thread poller;
   {
-    std::lock_guard lock(mutex_);
+    MutexLock lock(mutex_);
     stopping_ = true;
     wake_.notify_all();
+    poller.swap(poller_);
   }
-  if (poller_.joinable()) poller_.join();
+  if (poller.joinable()) poller.join();
 }
 
 std::unique_ptr<ChangeWatch> NotificationHub::Watch(const std::string& printer,
                                                     const NotifyFields& fields) {
-  return std::make_unique<CupsWatch>(*this, printer, fields);
+  return std::make_unique<CupsWatchHandle>(*this,
+                                           std::make_shared<CupsWatch>(*this, printer, fields));
 }
 
-void NotificationHub::Attach(CupsWatch* watch) {
-  std::lock_guard lock(mutex_);
-  watches_.push_back(watch);
-  if (!running_) {
+void NotificationHub::Attach(std::shared_ptr<CupsWatch> watch) {
+  std::thread finished;
+  {
+    MutexLock lock(mutex_);
+    watches_.push_back(std::move(watch));
+    if (running_) return;
     // A previous poller that saw no watches has left the lock for good; it
-    // may still be cancelling its subscription.
-    if (poller_.joinable()) poller_.join();
+    // may still be cancelling its subscription (which the new watch's
+    // subscriber count now stops), so it is joined outside the lock.
+    finished.swap(poller_);
     running_ = true;
     poller_ = std::thread([this] { Run(); });
   }
+  if (finished.joinable()) finished.join();
 }
 
-void NotificationHub::Detach(CupsWatch* watch) {
-  std::lock_guard subscription(subscription_mutex_);
+void NotificationHub::Detach(const CupsWatch* watch) {
+  MutexLock subscription(subscription_mutex_);
   --subscribers_;
-  std::lock_guard lock(mutex_);
-  watches_.erase(std::remove(watches_.begin(), watches_.end(), watch), watches_.end());
+  MutexLock lock(mutex_);
+  std::erase_if(watches_, [watch](const auto& attached) { return attached.get() == watch; });
   wake_.notify_all();
 }
 
 void NotificationHub::Run() {
   for (;;) {
     {
-      std::unique_lock lock(mutex_);
-      wake_.wait_for(lock, std::chrono::milliseconds(kPollMs),
-                     [&] { return stopping_ || watches_.empty(); });
+      const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPollMs);
+      MutexLock lock(mutex_);
+      while (!stopping_ && !watches_.empty()) {
+        if (!lock.WaitUntil(wake_, deadline)) break;
+      }
       if (stopping_ || watches_.empty()) {
         running_ = false;
         break;
@@ -350,7 +383,7 @@ void NotificationHub::Run() {
 }
 
 void NotificationHub::Subscribe() {
-  std::lock_guard lock(subscription_mutex_);
+  MutexLock lock(subscription_mutex_);
   ++subscribers_;
   if (!EnsureSubscription()) lost_ = true;
 }
@@ -390,7 +423,7 @@ bool NotificationHub::EnsureSubscription() {
 }
 
 void NotificationHub::CancelSubscription() {
-  std::lock_guard lock(subscription_mutex_);
+  MutexLock lock(subscription_mutex_);
   // A watch made meanwhile keeps the subscription for the next poller.
   if (subscription_ == 0 || subscribers_ > 0) return;
   ipp_t* request = NewRequest(IPP_OP_CANCEL_SUBSCRIPTION, backend_.pool().PrinterUri(""));
@@ -401,7 +434,7 @@ void NotificationHub::CancelSubscription() {
 }
 
 bool NotificationHub::FetchEvents(Touched* touched) {
-  std::lock_guard lock(subscription_mutex_);
+  MutexLock lock(subscription_mutex_);
   const int before = subscription_;
   if (!EnsureSubscription()) {
     lost_ = true;
@@ -424,30 +457,36 @@ bool NotificationHub::FetchEvents(Touched* touched) {
     lost_ = true;
     return false;
   }
-  ForEachGroup(response.get(), IPP_TAG_EVENT_NOTIFICATION, [&](const AttributeGroup& event) {
-    const int sequence = event.Integer("notify-sequence-number");
-    if (sequence < next_sequence_) return;
-    if (sequence > next_sequence_) touched->discarded = true;  // events were dropped
-    next_sequence_ = sequence + 1;
-    const std::string kind = event.Text("notify-subscribed-event");
-    std::string printer = event.Text("printer-name");
-    if (kind == "server-restarted") touched->discarded = true;
-    const int job = event.Integer("notify-job-id");
-    if (printer.empty()) printer = PrinterNameFromUri(event.Text("notify-printer-uri"));
-    if (printer.empty()) return;
-    if (kind == "printer-added") touched->added.push_back(printer);
-    if (kind.rfind("printer-", 0) == 0 || kind == "job-created" || kind == "job-completed")
-      touched->printers.insert(printer);
-    if (job > 0) touched->jobs[printer].insert(static_cast<uint32_t>(job));
-  });
+  ForEachGroup(
+      response.get(), IPP_TAG_EVENT_NOTIFICATION,
+      [&](const AttributeGroup& event) REQUIRES(subscription_mutex_) {
+        const int sequence = event.Integer("notify-sequence-number");
+        if (sequence < next_sequence_) return;
+        if (sequence > next_sequence_) touched->discarded = true;  // events were dropped
+        next_sequence_ = sequence + 1;
+        const std::string kind = event.Text("notify-subscribed-event");
+        std::string printer = event.Text("printer-name");
+        if (kind == "server-restarted") touched->discarded = true;
+        const int job = event.Integer("notify-job-id");
+        if (printer.empty()) printer = PrinterNameFromUri(event.Text("notify-printer-uri"));
+        if (printer.empty()) return;
+        if (kind == "printer-added") touched->added.push_back(printer);
+        if (kind.rfind("printer-", 0) == 0 || kind == "job-created" || kind == "job-completed")
+          touched->printers.insert(printer);
+        if (job > 0) touched->jobs[printer].insert(static_cast<uint32_t>(job));
+      });
   return true;
+}
+
+std::vector<std::shared_ptr<CupsWatch>> NotificationHub::AttachedWatches() {
+  MutexLock lock(mutex_);
+  return watches_;
 }
 
 void NotificationHub::PollOnce() {
   Touched touched;
   FetchEvents(&touched);
-  std::lock_guard lock(mutex_);  // watches stay attached while they are updated
-  for (CupsWatch* watch : watches_) {
+  for (const std::shared_ptr<CupsWatch>& watch : AttachedWatches()) {
     if (touched.discarded) {
       watch->MarkDiscarded();
       continue;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/spooler.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform::cups {
 
@@ -34,14 +35,18 @@ class NotificationHub {
 
  private:
   friend class CupsWatch;
+  friend class CupsWatchHandle;
   // Makes sure the subscription exists, on the caller's thread.
-  void Subscribe();
-  void Attach(CupsWatch* watch);
-  void Detach(CupsWatch* watch);
-  void Run();
-  void PollOnce();
-  bool EnsureSubscription();
-  void CancelSubscription();
+  void Subscribe() EXCLUDES(subscription_mutex_);
+  void Attach(std::shared_ptr<CupsWatch> watch) EXCLUDES(mutex_);
+  void Detach(const CupsWatch* watch) EXCLUDES(subscription_mutex_, mutex_);
+  void Run() EXCLUDES(mutex_);
+  // One round: fetches the events, then updates each watch with the hub lock
+  // released (updating sends requests to the scheduler).
+  void PollOnce() EXCLUDES(mutex_, subscription_mutex_);
+  std::vector<std::shared_ptr<CupsWatch>> AttachedWatches() EXCLUDES(mutex_);
+  bool EnsureSubscription() REQUIRES(subscription_mutex_);
+  void CancelSubscription() EXCLUDES(subscription_mutex_);
 
   struct Touched {
     std::set<std::string> printers;
@@ -49,21 +54,28 @@ class NotificationHub {
     std::vector<std::string> added;
     bool discarded = false;
   };
-  bool FetchEvents(Touched* touched);
+  bool FetchEvents(Touched* touched) EXCLUDES(subscription_mutex_);
 
   Backend& backend_;
-  std::mutex mutex_;
+  // Held for the requests of the subscription protocol (create, renew,
+  // fetch, cancel): they must not interleave.
+  Mutex subscription_mutex_;
+  // Held only to read or change the list of watches and the poller's state;
+  // never during a request.
+  Mutex mutex_ ACQUIRED_AFTER(subscription_mutex_);
   std::condition_variable wake_;
-  std::vector<CupsWatch*> watches_;  // guarded by mutex_
-  bool stopping_ = false;            // guarded by mutex_
-  bool running_ = false;             // guarded by mutex_: a poller is looping
-  std::thread poller_;               // started with the first watch
-  std::mutex subscription_mutex_;    // taken before mutex_, never after it
-  int subscription_ = 0;             // guarded by subscription_mutex_
-  int subscribers_ = 0;              // guarded by subscription_mutex_: live watches
-  int next_sequence_ = 1;            // guarded by subscription_mutex_
-  uint64_t renewed_at_ = 0;          // guarded by subscription_mutex_
-  bool lost_ = false;                // guarded by subscription_mutex_: events may have been missed
+  // Shared with the poller, which updates a copy of the list without the
+  // lock: a watch detached meanwhile lives until that update ends.
+  std::vector<std::shared_ptr<CupsWatch>> watches_ GUARDED_BY(mutex_);
+  bool stopping_ GUARDED_BY(mutex_) = false;
+  bool running_ GUARDED_BY(mutex_) = false;  // a poller is looping
+  std::thread poller_ GUARDED_BY(mutex_);    // started with the first watch
+  int subscription_ GUARDED_BY(subscription_mutex_) = 0;
+  int subscribers_ GUARDED_BY(subscription_mutex_) = 0;  // live watches
+  int next_sequence_ GUARDED_BY(subscription_mutex_) = 1;
+  uint64_t renewed_at_ GUARDED_BY(subscription_mutex_) = 0;
+  // Events may have been missed.
+  bool lost_ GUARDED_BY(subscription_mutex_) = false;
 };
 
 }  // namespace vantrel::platform::cups

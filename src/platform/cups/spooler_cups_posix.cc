@@ -7,6 +7,7 @@
 #include "platform/cups/cups_mapping_posix.h"
 #include "platform/cups/cups_notifications_posix.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform {
 
@@ -31,7 +32,7 @@ class CupsPrinter : public SpoolerPrinter {
   CupsPrinter(Backend& backend, std::string name, uint32_t access)
       : backend_(backend), name_(std::move(name)), access_(access) {}
   ~CupsPrinter() override {
-    std::lock_guard lock(doc_mutex_);
+    MutexLock lock(doc_mutex_);
     if (doc_http_ != nullptr) httpClose(doc_http_);  // an unfinished document is dropped
   }
 
@@ -191,7 +192,7 @@ class CupsPrinter : public SpoolerPrinter {
 
   long StartDoc(std::string_view document_name, std::string_view datatype,
                 uint32_t* job_id) override {
-    std::lock_guard lock(doc_mutex_);
+    MutexLock lock(doc_mutex_);
     if (name_.empty()) return kErrorInvalidHandle;
     if (doc_http_ != nullptr) return kErrorInvalidParameter;
     http_t* http = backend_.pool().Take();
@@ -232,7 +233,7 @@ class CupsPrinter : public SpoolerPrinter {
   long StartPage() override { return DocumentOpen() ? kErrorSuccess : kErrorInvalidParameter; }
   long EndPage() override { return DocumentOpen() ? kErrorSuccess : kErrorInvalidParameter; }
   long Write(const void* bytes, uint32_t size, uint32_t* written) override {
-    std::lock_guard lock(doc_mutex_);
+    MutexLock lock(doc_mutex_);
     if (doc_http_ == nullptr) return kErrorInvalidParameter;
     if (cupsWriteRequestData(doc_http_, static_cast<const char*>(bytes), size) !=
         HTTP_STATUS_CONTINUE)
@@ -241,7 +242,7 @@ class CupsPrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
   long EndDoc() override {
-    std::lock_guard lock(doc_mutex_);
+    MutexLock lock(doc_mutex_);
     if (doc_http_ == nullptr) return kErrorInvalidParameter;
     cups::IppMessage response(cupsGetResponse(doc_http_, "/"));
     const ipp_status_t status = response ? ippGetStatusCode(response.get()) : cupsLastError();
@@ -255,7 +256,7 @@ class CupsPrinter : public SpoolerPrinter {
 
  private:
   bool DocumentOpen() {
-    std::lock_guard lock(doc_mutex_);
+    MutexLock lock(doc_mutex_);
     return doc_http_ != nullptr;
   }
 
@@ -303,8 +304,8 @@ class CupsPrinter : public SpoolerPrinter {
   Backend& backend_;
   const std::string name_;  // "" for the print server
   const uint32_t access_;
-  std::mutex doc_mutex_;
-  http_t* doc_http_ = nullptr;  // guarded by doc_mutex_: the open document's connection
+  Mutex doc_mutex_;
+  http_t* doc_http_ GUARDED_BY(doc_mutex_) = nullptr;  // the open document's connection
 };
 
 class CupsSpooler : public Spooler {
