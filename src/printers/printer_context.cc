@@ -165,19 +165,21 @@ void PrinterContext::SetShareName(const std::string& share_name) {
 void PrinterContext::SetShared(bool on) {
   OLock lock(lock_);
   PrinterInfo2 record;
-  long error = handle_ ? handle_->GetInfo2(&record) : platform::kErrorInvalidHandle;
+  // A record that cannot be read is neither shared nor named, as the getters
+  // answer: turning sharing off is then nothing to do, and sharing it under
+  // its own empty name ends where SetShareName's read fails. Either way, quietly.
+  if (!handle_ || handle_->GetInfo2(&record) != kErrorSuccess) return;
   const bool shared = (record.attributes & platform::kPrinterAttributeShared) != 0;
-  if (error == kErrorSuccess && shared == on) return;
-  if (error == kErrorSuccess && on && record.share_name.empty()) {
+  if (shared == on) return;
+  if (on && record.share_name.empty()) {
     SetShareName(WithoutDeletionSuffix(record));  // shared under its own name
     return;
   }
-  if (error != kErrorSuccess) ThrowSpoolerError("GetPrinter", error);
   if (on)
     record.attributes |= platform::kPrinterAttributeShared;
   else
     record.attributes &= ~platform::kPrinterAttributeShared;  // the share name stays
-  error = handle_->SetInfo2(record);
+  const long error = handle_->SetInfo2(record);
   if (error != kErrorSuccess) ThrowSpoolerError("SetPrinter", error);
 }
 

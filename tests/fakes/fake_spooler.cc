@@ -172,7 +172,9 @@ class FakePrinter : public SpoolerPrinter {
     if (p == nullptr) return kErrorInvalidHandle;
     if ((access_ & kPrinterAccessAdminister) == 0 || p->deny_admin) return kErrorAccessDenied;
     if (!spooler_->ports_.count(info.port_name)) return kErrorUnknownPort;
-    if (info.share_name.find_first_of("/\\,") != std::string::npos) return kErrorInvalidShareName;
+    if (info.share_name.find_first_of("/\\,") != std::string::npos ||
+        spooler_->ShareNameTakenLocked(info.share_name, name_))
+      return kErrorInvalidShareName;
     PrinterInfo2 before = p->info;
     PrinterInfo2& now = p->info;
     now.share_name = info.share_name;
@@ -477,6 +479,20 @@ void FakeSpooler::SetStatus(const std::string& name, uint32_t status) {
 void FakeSpooler::SetAttributes(const std::string& name, uint32_t attributes) {
   std::lock_guard lock(mutex_);
   if (Printer* p = FindLocked(name)) p->info.attributes = attributes;
+}
+
+void FakeSpooler::EditRecord(const std::string& name,
+                             const std::function<void(platform::PrinterInfo2&)>& edit) {
+  std::lock_guard lock(mutex_);
+  if (Printer* p = FindLocked(name)) edit(p->info);
+}
+
+bool FakeSpooler::ShareNameTakenLocked(const std::string& share_name, const std::string& by) {
+  if (share_name.empty()) return false;
+  for (const auto& [name, printer] : printers_) {
+    if (name != by && printer.info.share_name == share_name) return true;
+  }
+  return false;
 }
 
 void FakeSpooler::SetData(const std::string& name, const std::string& value_name,
