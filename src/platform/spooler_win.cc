@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "platform/two_call_read.h"
 #include "platform/wide_text_win.h"
 #include "platform/win32_errors.h"
 
@@ -20,17 +21,12 @@ namespace {
 
 std::string Text(const wchar_t* wide) { return wide != nullptr ? Narrow(wide) : std::string(); }
 
-// The spooler's two-call pattern: ask for the size, then read; only the
-// insufficient-buffer answer continues.
+// The two-call read with the system's last error; `minimum` is the size of
+// the record read from the buffer (0 for enumerations).
 template <typename Call>
-long ReadSized(std::vector<BYTE>* buffer, Call call) {
-  DWORD needed = 0;
-  if (call(nullptr, 0, &needed)) return kErrorSuccess;
-  DWORD error = GetLastError();
-  if (error != ERROR_INSUFFICIENT_BUFFER) return static_cast<long>(error);
-  buffer->assign(needed, 0);
-  if (!call(buffer->data(), needed, &needed)) return static_cast<long>(GetLastError());
-  return kErrorSuccess;
+long ReadSized(std::vector<BYTE>* buffer, size_t minimum, Call call) {
+  return ReadTwoCalls<DWORD>(buffer, minimum, call,
+                             [] { return static_cast<long>(GetLastError()); });
 }
 
 PrinterInfo2 FromInfo2(const PRINTER_INFO_2W& p) {
@@ -260,7 +256,7 @@ class WinPrinter : public SpoolerPrinter {
   long EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
-    const long error = ReadSized(&buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    const long error = ReadSized(&buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumJobsW(handle_, first, count, 2, data, size, needed, &returned) != FALSE;
     });
     if (error != kErrorSuccess) return error;
@@ -272,7 +268,7 @@ class WinPrinter : public SpoolerPrinter {
   long EnumJobIds(std::vector<uint32_t>* ids) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
-    const long error = ReadSized(&buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    const long error = ReadSized(&buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumJobsW(handle_, 0, 0xFFFFFFFF, 1, data, size, needed, &returned) != FALSE;
     });
     if (error != kErrorSuccess) return error;
@@ -365,13 +361,25 @@ class WinPrinter : public SpoolerPrinter {
  private:
   static long Result(BOOL ok) { return ok ? kErrorSuccess : static_cast<long>(GetLastError()); }
 
+  static size_t RecordSize(DWORD level) {
+    switch (level) {
+      case 2:
+        return sizeof(PRINTER_INFO_2W);
+      case 4:
+        return sizeof(PRINTER_INFO_4W);
+      case 5:
+        return sizeof(PRINTER_INFO_5W);
+      default:
+        return sizeof(PRINTER_INFO_6);
+    }
+  }
   long Read(DWORD level, std::vector<BYTE>* buffer) {
-    return ReadSized(buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    return ReadSized(buffer, RecordSize(level), [&](BYTE* data, DWORD size, DWORD* needed) {
       return GetPrinterW(handle_, level, data, size, needed) != FALSE;
     });
   }
   long ReadJob(uint32_t job_id, std::vector<BYTE>* buffer) {
-    return ReadSized(buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    return ReadSized(buffer, sizeof(JOB_INFO_2W), [&](BYTE* data, DWORD size, DWORD* needed) {
       return GetJobW(handle_, job_id, 2, data, size, needed) != FALSE;
     });
   }
@@ -434,7 +442,7 @@ class WinSpooler : public Spooler {
   long EnumPorts2(std::vector<PortInfo2>* ports) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
-    const long error = ReadSized(&buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    const long error = ReadSized(&buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumPortsW(nullptr, 2, data, size, needed, &returned) != FALSE;
     });
     if (error != kErrorSuccess) return error;
@@ -448,7 +456,7 @@ class WinSpooler : public Spooler {
 
  private:
   static long Enum(uint32_t flags, DWORD level, std::vector<BYTE>* buffer, DWORD* returned) {
-    return ReadSized(buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    return ReadSized(buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumPrintersW(flags, nullptr, level, data, size, needed, returned) != FALSE;
     });
   }
