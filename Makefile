@@ -50,7 +50,10 @@ bench: native
 	scripts/bench-ratio $(NATIVE)/bin/xpml_encoding_bench \
 	  BM_Lz77CompressAndBase64Encode BM_ZlibCompress2Level6
 	scripts/bench-ratio $(NATIVE)/bin/xpml_round_trip_bench \
-	  BM_StateRequestOverKeptConnection BM_StateRequestOverNewConnection
+	  BM_StateRequestOverKeptConnection BM_StateRequestOverNewConnection \
+	  BM_StateRequestOverKeptConnection BM_BareHttpExchangeOverKeptConnection
+	scripts/bench-ratio $(NATIVE)/bin/settings_read_bench \
+	  BM_PrinterRegistryWarmRead BM_BareSqlitePointQuery
 	scripts/bench-ratio $(NATIVE)/bin/spooler_list_bench \
 	  BM_SpoolerEnumPrinters2 BM_OneCupsGetPrintersRequest
 

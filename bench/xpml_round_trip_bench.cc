@@ -1,7 +1,11 @@
 // One "Status Flags 2" request through the XPML client to a service on
-// loopback, over a kept connection against a new connection per request (the
-// service answers "Connection: close", so the client must connect again).
-// The ratio of the two is what keeping connections saves.
+// loopback:
+// - over a kept connection against a new connection per request (the service
+//   answers "Connection: close", so the client must connect again): what
+//   keeping connections saves;
+// - over a kept connection against the bare exchange of the same bytes on a
+//   kept socket: what the client itself costs (settings read at every
+//   exchange, the pool, the envelope) above the physical floor.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -74,25 +78,55 @@ class StateService {
   std::thread acceptor_;
 };
 
-void RoundTrips(benchmark::State& state, bool close_each) {
+// A printer shared from another server: no spooler lookup; the service is
+// on its configured TCP port.
+const XpmlPrinterContext kContext{"Bench", {}, true};
+
+std::filesystem::path FreshFolder() {
   const auto folder = std::filesystem::temp_directory_path() / "vantrel-bench-xpml";
   std::filesystem::remove_all(folder);
+  return folder;
+}
+
+void RoundTrips(benchmark::State& state, bool close_each) {
+  const auto folder = FreshFolder();
   auto store = platform::OpenSettingsStoreAt(folder.string());
   StateService service(close_each);
-  // A printer shared from another server: no spooler lookup, the stored port.
-  const XpmlPrinterContext context{"Bench", {}, true};
-  PrinterRegistry(context.printer, {}, {}, {}, 0, store.get())
-      .WriteValue("NETWORK:XPML Server Port", platform::MakeDwordValue(service.port()));
+  PrinterRegistry(kContext.printer, {}, {}, {}, 0, store.get())
+      .WriteValue("NETWORK:TCP Port", platform::MakeDwordValue(service.port()));
   ClientUtilityHooks hooks;
   hooks.log = [](uint32_t, const std::string&) {};
   TCPSocketManagerHooks manager_hooks = TCPSocketManagerHooks::Platform();
   manager_hooks.log = nullptr;
   ClientUtility client(TCPSocketManager::Create(manager_hooks), store.get(), hooks);
   for (auto _ : state) {
-    if (!client.SendReceive(context, kStateRequestStatusFlags2)) std::abort();
+    if (!client.SendReceive(kContext, kStateRequestStatusFlags2)) std::abort();
   }
   std::filesystem::remove_all(folder);
 }
+
+// The same request bytes the client sends, on one kept socket, the reply
+// read and framed as the client does: the floor for an exchange.
+void BM_BareHttpExchangeOverKeptConnection(benchmark::State& state) {
+  StateService service(false);
+  platform::SocketHandle socket = platform::kInvalidSocket;
+  if (platform::ConnectSocket("127.0.0.1", service.port(), 1000, &socket) != 0) std::abort();
+  const std::string request = FormatHttpRequest(
+      "POST", "/xpml?persist=1&transactid=1&share=1&printer=Bench", {}, kStateRequestStatusFlags2);
+  char buffer[16384];
+  for (auto _ : state) {
+    if (platform::SendAll(socket, request, 1000) != 0) std::abort();
+    HttpMessageReader reader;
+    while (reader.state() == HttpMessageReader::State::kNeedMore) {
+      size_t received = 0;
+      if (platform::ReceiveSome(socket, buffer, sizeof(buffer), 1000, &received) != 0) std::abort();
+      reader.Feed(std::string_view(buffer, received));
+    }
+    benchmark::DoNotOptimize(reader.message().body);
+  }
+  platform::CloseSocket(socket);
+}
+BENCHMARK(BM_BareHttpExchangeOverKeptConnection)->Unit(benchmark::kMicrosecond);
 
 void BM_StateRequestOverKeptConnection(benchmark::State& state) { RoundTrips(state, false); }
 BENCHMARK(BM_StateRequestOverKeptConnection)->Unit(benchmark::kMicrosecond);

@@ -34,6 +34,7 @@ struct ClientUtility::Settings {
   bool enabled = true;
   std::string host;
   uint32_t port = 0;
+  std::optional<uint32_t> local_port;  // published by a service on this computer
   uint32_t retries = kDefaultConnectionRetries;
   uint32_t timeout_ms = kDefaultConnectionTimeoutMs;
 };
@@ -58,40 +59,53 @@ void ClientUtility::Log(uint32_t level, const std::string& line) const {
 }
 
 std::string ClientUtility::last_transaction_id() const {
-  std::lock_guard<std::mutex> hold(mutex_);
+  MutexLock hold(mutex_);
   return last_transaction_id_;
 }
 
 ClientUtility::Settings ClientUtility::ReadSettings(const XpmlPrinterContext& context) {
   Settings settings;
-  {
-    PrinterRegistry registry = RegistryFor(context, store_);
-    settings.enabled = ReadBool(
-        registry, context.network_printer ? "NETWORK:Network Communication" : "NETWORK:TCP Enabled",
-        true);
-    settings.retries =
-        ReadNumber(registry, "NETWORK:Connection Retries").value_or(kDefaultConnectionRetries);
-    settings.timeout_ms =
-        ReadNumber(registry, "NETWORK:Connection Timeout").value_or(kDefaultConnectionTimeoutMs);
-    // The service runs beside the spooler that holds the printer.
-    settings.host = context.server.empty() ? "localhost" : context.server;
-    if (ReadBool(registry, "NETWORK:Server Address Override", false)) {
-      if (auto address = registry.ReadString("NETWORK:Server Address")) settings.host = *address;
-    }
-    if (!ReadBool(registry, "NETWORK:Network Bidirectional", true)) settings.host = "localhost";
+  PrinterRegistry registry = RegistryFor(context, store_);
+  // One hold of the cross-process mutex for all the reads of an exchange.
+  PrinterRegistry::Batch batch(registry);
+  settings.enabled = ReadBool(
+      registry, context.network_printer ? "NETWORK:Network Communication" : "NETWORK:TCP Enabled",
+      true);
+  settings.retries =
+      ReadNumber(registry, "NETWORK:Connection Retries").value_or(kDefaultConnectionRetries);
+  settings.timeout_ms =
+      ReadNumber(registry, "NETWORK:Connection Timeout").value_or(kDefaultConnectionTimeoutMs);
+  // The service runs beside the spooler that holds the printer.
+  settings.host = context.server.empty() ? "localhost" : context.server;
+  if (ReadBool(registry, "NETWORK:Server Address Override", false)) {
+    if (auto address = registry.ReadString("NETWORK:Server Address")) settings.host = *address;
   }
-  settings.port = GetRefactoredTcpPortNumber(context);
+  if (!ReadBool(registry, "NETWORK:Network Bidirectional", true)) settings.host = "localhost";
+  // Only this computer's printers can discover their service's port; the
+  // service of another server is reached on its configured TCP port.
+  settings.port = DiscoversPort(context)
+                      ? RefactoredPort(registry, context)
+                      : ReadNumber(registry, "NETWORK:TCP Port").value_or(kDefaultTcpPort);
+  if (!context.network_printer) settings.local_port = ReadNumber(registry, kLocalRoutePortPath);
   return settings;
 }
 
+bool ClientUtility::DiscoversPort(const XpmlPrinterContext& context) {
+  return !context.network_printer && context.server.empty();
+}
+
 uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& context) {
-  static constexpr const char* kFunction = "ClientUtility::GetRefactoredTcpPortNumber: ";
   PrinterRegistry registry = RegistryFor(context, store_);
+  PrinterRegistry::Batch batch(registry);
+  return RefactoredPort(registry, context);
+}
+
+uint32_t ClientUtility::RefactoredPort(PrinterRegistry& registry,
+                                       const XpmlPrinterContext& context) {
+  static constexpr const char* kFunction = "ClientUtility::GetRefactoredTcpPortNumber: ";
   const std::optional<uint32_t> stored = ReadNumber(registry, "NETWORK:XPML Server Port");
   std::optional<uint32_t> found;
-  if (!context.network_printer && context.server.empty()) {
-    found = ReadPrinterDataPort(context.printer);
-  }
+  if (DiscoversPort(context)) found = ReadPrinterDataPort(context.printer);
   if (!found) {
     const uint32_t port = stored.value_or(kDefaultXpmlServerPort);
     Log(kLogWarnings, std::string(kFunction) +
@@ -103,8 +117,8 @@ uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& con
     const long error =
         registry.WriteValue("NETWORK:XPML Server Port", platform::MakeDwordValue(*found));
     if (error != 0) {
-      Log(kLogErrors, std::string(kFunction) + "Unable to save the new XPML port number " +
-                          std::to_string(*found) + ": " + std::to_string(error));
+      Log(kLogErrors, std::string(kFunction) +
+                          "Unable to save the new XPML port number : " + std::to_string(error));
     }
   }
   return *found;
@@ -130,7 +144,7 @@ std::optional<uint32_t> ClientUtility::ReadPrinterDataPort(const std::string& pr
 std::string ClientUtility::BuildRequest(const XpmlPrinterContext& context, std::string_view xpml) {
   uint32_t transaction;
   {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     transaction = next_transaction_++;
   }
   const std::string target = "/xpml?persist=1&transactid=" + std::to_string(transaction) +
@@ -140,20 +154,32 @@ std::string ClientUtility::BuildRequest(const XpmlPrinterContext& context, std::
 }
 
 std::optional<std::string> ClientUtility::SendReceive(const XpmlPrinterContext& context,
-                                                      std::string_view xpml) {
+                                                      std::string_view xpml, int* route) {
+  if (route != nullptr) *route = kNoRoute;
   const Settings settings = ReadSettings(context);
-  if (!settings.enabled) return std::nullopt;
   const std::string request = BuildRequest(context, xpml);
-  return Exchange(settings, request);
+  std::optional<std::string> reply;
+  if (settings.enabled) reply = Exchange(settings.host, settings.port, settings, request);
+  if (reply) {
+    if (route != nullptr) *route = kTcpRoute;
+    return reply;
+  }
+  // The local route: the service on this computer at the loopback port it
+  // published, whatever the TCP route's switch and address say.
+  if (!settings.local_port) return std::nullopt;
+  reply = Exchange(kLoopbackAddress, *settings.local_port, settings, request);
+  if (reply && route != nullptr) *route = kLocalRoute;
+  return reply;
 }
 
-std::optional<std::string> ClientUtility::Exchange(const Settings& settings,
+std::optional<std::string> ClientUtility::Exchange(const std::string& host, uint32_t port,
+                                                   const Settings& settings,
                                                    const std::string& request) {
   // A kept connection may have been closed by the service since its last
   // use without the probe seeing it yet: one more try on a new connection.
   for (int round = 0; round < 2; ++round) {
     TCPSocketWithReUse socket(manager_);
-    if (socket.Connect(settings.host, settings.port, settings.timeout_ms, settings.retries) != 0) {
+    if (socket.Connect(host, port, settings.timeout_ms, settings.retries) != 0) {
       return std::nullopt;
     }
     socket.SetSendTimeout(kXpmlReplyTimeoutMs);
@@ -182,7 +208,7 @@ std::optional<std::string> ClientUtility::Exchange(const Settings& settings,
       }
       if (reply.start[1] != "200") return std::nullopt;
       {
-        std::lock_guard<std::mutex> hold(mutex_);
+        MutexLock hold(mutex_);
         last_transaction_id_ = reply.Field("TID");
       }
       return reply.body;

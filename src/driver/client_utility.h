@@ -14,8 +14,11 @@
 #include "driver/tcp_socket_manager.h"
 #include "platform/settings_store.h"
 #include "platform/spooler.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel {
+
+class PrinterRegistry;
 
 // The printer an exchange is for.
 struct XpmlPrinterContext {
@@ -31,6 +34,10 @@ constexpr uint32_t kDefaultConnectionTimeoutMs = 1000;
 constexpr uint32_t kDefaultXpmlServerPort = 5130;
 // How long a reply may take once the request is sent.
 constexpr uint32_t kXpmlReplyTimeoutMs = 30000;
+// Where a service on this computer publishes the loopback port of its local
+// route (a 4-byte value under the machine's driver key).
+constexpr const char* kLocalRoutePortPath = "LOCAL:XPML/Local Port";
+constexpr const char* kLoopbackAddress = "127.0.0.1";
 
 // What a test replaces; empty members mean the process's own.
 struct ClientUtilityHooks {
@@ -51,15 +58,27 @@ class ClientUtility {
   explicit ClientUtility(std::shared_ptr<TCPSocketManager> manager = nullptr,
                          platform::SettingsStore* store = nullptr, Hooks hooks = {});
 
-  // Sends `xpml` and returns the reply body; nothing when the route is
-  // switched off, no connection could be made within the configured attempts
-  // and time-outs, or the reply was not a complete "200" answer within its
-  // bounds. Blocks for the exchange; any thread.
-  std::optional<std::string> SendReceive(const XpmlPrinterContext& context, std::string_view xpml);
+  // Which route answered an exchange.
+  static constexpr int kNoRoute = 0;
+  static constexpr int kTcpRoute = 1;
+  static constexpr int kLocalRoute = 2;
+
+  // Sends `xpml` and returns the reply body. The TCP route comes first: the
+  // configured server and port, unless its switch is off. When it yields
+  // nothing and the printer is not a connection to another server's printer,
+  // the local route follows: the service of this computer on the loopback
+  // port it published (kLocalRoutePortPath), if it did. Nothing when neither
+  // route gave a complete "200" answer within the configured attempts,
+  // time-outs and bounds. `route`, when given, is set to the route that
+  // answered or kNoRoute. Blocks for the exchange; any thread.
+  std::optional<std::string> SendReceive(const XpmlPrinterContext& context, std::string_view xpml,
+                                         int* route = nullptr);
 
   // The service's port: "NETWORK:XPML Server Port" (5130 when absent),
   // replaced by the printer's own "XPML Server Port" data value when it has
-  // one, which is then stored. Blocks on the store and spooler; any thread.
+  // one, which is then stored. Only a printer of this computer has such a
+  // value; the TCP route of any other uses "NETWORK:TCP Port" (6160 when
+  // absent) instead. Blocks on the store and spooler; any thread.
   uint32_t GetRefactoredTcpPortNumber(const XpmlPrinterContext& context);
 
   // The transaction id the service sent with the last reply ("TID").
@@ -68,7 +87,10 @@ class ClientUtility {
  private:
   struct Settings;
   Settings ReadSettings(const XpmlPrinterContext& context);
-  std::optional<std::string> Exchange(const Settings& settings, const std::string& request);
+  static bool DiscoversPort(const XpmlPrinterContext& context);
+  uint32_t RefactoredPort(PrinterRegistry& registry, const XpmlPrinterContext& context);
+  std::optional<std::string> Exchange(const std::string& host, uint32_t port,
+                                      const Settings& settings, const std::string& request);
   std::string BuildRequest(const XpmlPrinterContext& context, std::string_view xpml);
   std::optional<uint32_t> ReadPrinterDataPort(const std::string& printer) const;
   void Log(uint32_t level, const std::string& line) const;
@@ -76,9 +98,9 @@ class ClientUtility {
   const std::shared_ptr<TCPSocketManager> manager_;
   platform::SettingsStore* const store_;
   const Hooks hooks_;
-  mutable std::mutex mutex_;
-  uint32_t next_transaction_ = 1;    // guarded by mutex_
-  std::string last_transaction_id_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  uint32_t next_transaction_ GUARDED_BY(mutex_) = 1;
+  std::string last_transaction_id_ GUARDED_BY(mutex_);
 };
 
 }  // namespace vantrel

@@ -17,6 +17,10 @@ bool CreateFolders(const std::string& path);
 // Joins a folder and a file name with the platform's separator.
 std::string JoinPath(const std::string& folder, const std::string& name);
 
+// The part of `path` after its last separator: "\\" on both targets, "/" on
+// Linux too. The whole path when it has none.
+std::string FileNamePart(const std::string& path);
+
 // The file name (no folder) of the running program.
 std::string ProcessModuleName();
 

@@ -54,6 +54,11 @@ std::string JoinPath(const std::string& folder, const std::string& name) {
   return last == '\\' || last == '/' ? folder + name : folder + "\\" + name;
 }
 
+std::string FileNamePart(const std::string& path) {
+  const size_t last = path.find_last_of("\\");
+  return last == std::string::npos ? path : path.substr(last + 1);
+}
+
 std::string ProcessModuleName() {
   const std::string path = CurrentExecutablePath();
   return path.substr(path.find_last_of("\\/") + 1);

@@ -3,8 +3,10 @@
 // its state:
 //   byte 0, exclusive: held by the process that holds the mutex;
 //   byte 1, shared:    held by every process that has the mutex open.
-// While held, the file contains the holder's process id; Release empties it.
-// A waiter that finds an id left behind knows the holder died: abandoned. As a
+// While held, the file's first bytes hold the holder's process id; Release
+// clears them. A waiter that finds an id left behind knows the holder died:
+// abandoned. Every process maps those bytes, so taking and releasing the
+// mutex costs two byte-lock calls and no file writes. As a
 // Windows mutex is destroyed with its last handle, the last process to close
 // the mutex removes the file, and a process that opens it while nobody else
 // has it open forgets an id left by a dead process.
@@ -17,6 +19,7 @@
 #include "platform/named_mutex.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,8 +28,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <cstring>
 #include <map>
-#include <mutex>
 #include <thread>
 
 #include "platform/clock.h"
@@ -34,6 +37,7 @@
 #include "platform/native_thread.h"
 #include "platform/platform_error_posix.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform {
 namespace {
@@ -72,7 +76,7 @@ class OwnerGate {
  public:
   // True, counting one more level, when the calling thread holds the mutex.
   bool TryReenter() {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (owner_ != std::this_thread::get_id() || depth_ == 0) return false;
     ++depth_;
     return true;
@@ -80,12 +84,13 @@ class OwnerGate {
 
   // Waits until no other thread owns the gate and takes it. False on time-out.
   bool Claim(const Deadline& deadline) {
-    std::unique_lock<std::mutex> hold(mutex_);
-    const auto free = [this] { return owner_ == std::thread::id(); };
-    if (deadline.infinite()) {
-      released_.wait(hold, free);
-    } else if (!released_.wait_until(hold, deadline.at(), free)) {
-      return false;
+    MutexLock hold(mutex_);
+    while (owner_ != std::thread::id()) {
+      if (deadline.infinite()) {
+        hold.Wait(released_);
+      } else if (!hold.WaitUntil(released_, deadline.at()) && owner_ != std::thread::id()) {
+        return false;
+      }
     }
     owner_ = std::this_thread::get_id();
     depth_ = 0;
@@ -94,7 +99,7 @@ class OwnerGate {
 
   // After Claim: the mutex is now held.
   void Confirm() {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     depth_ = 1;
   }
 
@@ -102,7 +107,7 @@ class OwnerGate {
   // `last` tells whether that was the outermost level (the gate stays owned
   // until Free).
   bool Leave(bool* last) {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (owner_ != std::this_thread::get_id() || depth_ == 0) return false;
     *last = --depth_ == 0;
     return true;
@@ -110,7 +115,7 @@ class OwnerGate {
 
   void Free() {
     {
-      std::lock_guard<std::mutex> hold(mutex_);
+      MutexLock hold(mutex_);
       owner_ = std::thread::id();
       depth_ = 0;
     }
@@ -118,10 +123,10 @@ class OwnerGate {
   }
 
  private:
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable released_;
-  std::thread::id owner_;  // guarded by mutex_
-  uint32_t depth_ = 0;     // guarded by mutex_
+  std::thread::id owner_ GUARDED_BY(mutex_);
+  uint32_t depth_ GUARDED_BY(mutex_) = 0;
 };
 
 bool LockByte(int fd, short type, off_t byte, bool wait) {
@@ -136,13 +141,40 @@ bool LockByte(int fd, short type, off_t byte, bool wait) {
   }
 }
 
-bool ClearHolder(int fd) { return ftruncate(fd, 0) == 0; }
+// The bytes at the start of the file that name the holder: its process id in
+// decimal and a newline, then zeros. All zeros: nobody holds it.
+constexpr size_t kHolderRecordSize = 32;
 
-bool RecordHolder(int fd) {
-  const std::string holder = std::to_string(getpid()) + "\n";
-  return ClearHolder(fd) &&
-         pwrite(fd, holder.data(), holder.size(), 0) == static_cast<ssize_t>(holder.size());
+// Empties the file and gives it the holder record's size, all zeros. Only
+// while no other process has the file open.
+bool ResetFile(int fd) { return ftruncate(fd, 0) == 0 && ftruncate(fd, kHolderRecordSize) == 0; }
+
+// Extends a file left shorter (by a dead process between its two truncations)
+// to the record's size; extending only adds zeros, so a concurrent opener
+// loses nothing.
+bool HasRoomForRecord(int fd) {
+  struct stat info {};
+  if (fstat(fd, &info) != 0) return false;
+  return static_cast<size_t>(info.st_size) >= kHolderRecordSize ||
+         ftruncate(fd, kHolderRecordSize) == 0;
 }
+
+char* MapHolderRecord(int fd) {
+  void* mapped = mmap(nullptr, kHolderRecordSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  return mapped == MAP_FAILED ? nullptr : static_cast<char*>(mapped);
+}
+
+// The byte lock orders these accesses between processes: only the holder of
+// byte 0 reads or writes the record.
+void RecordHolder(char* record) {
+  const std::string holder = std::to_string(getpid()) + "\n";
+  std::memset(record, 0, kHolderRecordSize);
+  std::memcpy(record, holder.data(), std::min(holder.size(), kHolderRecordSize));
+}
+
+void ClearHolder(char* record) { std::memset(record, 0, kHolderRecordSize); }
+
+bool HolderLeftBehind(const char* record) { return record[0] != '\0'; }
 
 bool IsContention(int error) { return error == EAGAIN || error == EACCES; }
 
@@ -198,6 +230,7 @@ struct SharedLock {
   std::string name;
   std::string path;
   int fd = -1;
+  char* record = nullptr;  // the mapped holder record; null for a private mutex
   OwnerGate gate;
 };
 
@@ -206,7 +239,7 @@ struct SharedLock {
 bool AnnouncePresence(int fd) {
   if (!LockByte(fd, F_RDLCK, kPresenceByte, /*wait=*/true)) return false;
   if (LockByte(fd, F_WRLCK, kPresenceByte, /*wait=*/false)) {
-    if (!ClearHolder(fd)) return false;
+    if (!ResetFile(fd)) return false;
     return LockByte(fd, F_RDLCK, kPresenceByte, /*wait=*/false);
   }
   return IsContention(errno);
@@ -221,17 +254,23 @@ bool IsFileAt(int fd, const std::string& path) {
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
-long OpenLockFile(const std::string& path, int* fd) {
+long OpenLockFile(const std::string& path, int* fd, char** record) {
   for (int attempt = 0; attempt < 100; ++attempt) {
     *fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (*fd < 0) return LastPlatformError();
     fchmod(*fd, 0666);  // every user may take it; fails harmlessly on another user's file
-    if (!AnnouncePresence(*fd)) {
+    if (!AnnouncePresence(*fd) || !HasRoomForRecord(*fd)) {
       const long error = LastPlatformError();
       close(*fd);
       return error;
     }
-    if (IsFileAt(*fd, path)) return kErrorSuccess;
+    if (IsFileAt(*fd, path)) {
+      *record = MapHolderRecord(*fd);
+      if (*record != nullptr) return kErrorSuccess;
+      const long error = LastPlatformError();
+      close(*fd);
+      return error;
+    }
     close(*fd);
   }
   return kErrorBusy;
@@ -239,7 +278,8 @@ long OpenLockFile(const std::string& path, int* fd) {
 
 // Removes the lock file when no other process has it open, so that the
 // runtime folder keeps only the files in use (and those of dead processes).
-void CloseLockFile(int fd, const std::string& path) {
+void CloseLockFile(int fd, char* record, const std::string& path) {
+  munmap(record, kHolderRecordSize);
   if (LockByte(fd, F_WRLCK, kPresenceByte, /*wait=*/false)) unlink(path.c_str());
   close(fd);
 }
@@ -254,7 +294,7 @@ class LockTable {
   }
 
   long Open(const std::string& name, std::shared_ptr<SharedLock>* lock) {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     if (auto existing = locks_[name].lock()) {
       *lock = std::move(existing);
       return kErrorSuccess;
@@ -263,12 +303,13 @@ class LockTable {
     long error = PrepareRuntimeFolder(folder);
     const std::string path = JoinPath(folder, EncodeName(name) + ".lock");
     int fd = -1;
-    if (error == kErrorSuccess) error = OpenLockFile(path, &fd);
+    char* record = nullptr;
+    if (error == kErrorSuccess) error = OpenLockFile(path, &fd, &record);
     if (error != kErrorSuccess) {
       locks_.erase(name);
       return error;
     }
-    auto* shared = new SharedLock{name, path, fd, {}};
+    auto* shared = new SharedLock{name, path, fd, record, {}};
     *lock = std::shared_ptr<SharedLock>(shared, [this](SharedLock* dying) { Close(dying); });
     locks_[name] = *lock;
     return kErrorSuccess;
@@ -276,17 +317,17 @@ class LockTable {
 
  private:
   void Close(SharedLock* dying) {
-    std::lock_guard<std::mutex> hold(mutex_);
+    MutexLock hold(mutex_);
     const auto found = locks_.find(dying->name);
     if (found != locks_.end() && found->second.expired()) locks_.erase(found);
     // Closing drops both byte locks; a holder id still in the file makes the
     // next acquirer see the mutex as abandoned.
-    CloseLockFile(dying->fd, dying->path);
+    CloseLockFile(dying->fd, dying->record, dying->path);
     delete dying;
   }
 
-  std::mutex mutex_;
-  std::map<std::string, std::weak_ptr<SharedLock>> locks_;  // guarded by mutex_
+  Mutex mutex_;
+  std::map<std::string, std::weak_ptr<SharedLock>> locks_ GUARDED_BY(mutex_);
 };
 
 class PosixNamedMutex : public NamedMutex {
@@ -313,9 +354,7 @@ class PosixNamedMutex : public NamedMutex {
     // Clear and unlock before another thread of this process may take the gate:
     // it shares the descriptor, so its lock request would succeed at once.
     if (lock_->fd >= 0) {
-      // Should the clearing fail, the next holder is told "abandoned"; the lock
-      // is given up all the same.
-      ClearHolder(lock_->fd);
+      ClearHolder(lock_->record);
       LockByte(lock_->fd, F_UNLCK, kHolderByte, /*wait=*/false);
     }
     lock_->gate.Free();
@@ -332,11 +371,8 @@ class PosixNamedMutex : public NamedMutex {
       SleepMilliseconds(std::max<uint32_t>(1, deadline.RemainingMs(pause_ms)));
       pause_ms = std::min(pause_ms * 2, kLongestPollMs);
     }
-    char previous[32];
-    const bool abandoned = pread(lock_->fd, previous, sizeof previous, 0) > 0;
-    // Should the writing fail, a death while holding goes unnoticed; the mutex
-    // works all the same.
-    RecordHolder(lock_->fd);
+    const bool abandoned = HolderLeftBehind(lock_->record);
+    RecordHolder(lock_->record);
     return abandoned ? WaitResult::kAbandoned : WaitResult::kAcquired;
   }
 

@@ -37,6 +37,10 @@ bool KillProcess(uint64_t id);
 // The full path of the running program; empty if the system cannot tell.
 std::string CurrentExecutablePath();
 
+// True when the process's standard error is a terminal (a console on
+// Windows), where a progress line may be redrawn in place. Any thread.
+bool IsStandardErrorTerminal();
+
 // The running program's command line as UTF-8 arguments, the program first.
 // Use it instead of main's argv, which Windows gives in the ANSI code page.
 std::vector<std::string> ProcessArguments();

@@ -118,4 +118,6 @@ std::vector<std::string> ProcessArguments() {
   return args;
 }
 
+bool IsStandardErrorTerminal() { return isatty(STDERR_FILENO) == 1; }
+
 }  // namespace vantrel::platform

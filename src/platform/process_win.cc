@@ -133,4 +133,9 @@ std::vector<std::string> ProcessArguments() {
   return args;
 }
 
+bool IsStandardErrorTerminal() {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
 }  // namespace vantrel::platform

@@ -91,14 +91,31 @@ class ORegistry {
 };
 
 // ORegistry for one printer: fills "[PRINTER]", "[SERVER]", "[PORT]" and
-// "[OEM]", moves the "PRINT:", "LOCAL:" and "USER:" paths of a printer on
-// another server to that server's branch (registry_path::RewriteForServer),
-// and serialises every operation across threads and processes with the named
-// mutex "Global\Marlock:PrinterRegistry", held from before the first store
-// call to after the last.
+// "[OEM]" ("[SERVER]" with this computer's name for a local printer), moves the "PRINT:", "LOCAL:"
+// and "USER:" paths of a printer on another server to that server's branch
+// (registry_path::RewriteForServer), and serialises every operation across threads and processes
+// with the named mutex "Global\Marlock:PrinterRegistry", held from before the first store call to
+// after the last.
 class PrinterRegistry : public ORegistry {
  public:
   static constexpr const char* kMutexName = "Global\\Marlock:PrinterRegistry";
+
+  // Holds the mutex from construction to destruction, so that several
+  // operations see one state of the store and pay for the cross-process
+  // mutex once; the operations inside take it again on the same thread. As
+  // for a single operation, a mutex that cannot be had is waited for and
+  // then gone without. Blocks like an operation; any thread.
+  class Batch {
+   public:
+    explicit Batch(PrinterRegistry& registry);
+    ~Batch();
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+
+   private:
+    PrinterRegistry& registry_;
+    const bool held_;
+  };
 
   // `server` may carry a leading "\\"; it is kept without. An empty server,
   // or one of the local computer's names (any letter case), means this
@@ -119,7 +136,7 @@ class PrinterRegistry : public ORegistry {
  private:
   const RegistryPlaceholders placeholders_;
   const bool remote_;
-  OMutex mutex_;
+  OMutex& mutex_;  // the process's one mutex of kMutexName
 };
 
 }  // namespace vantrel

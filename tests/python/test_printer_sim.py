@@ -36,17 +36,18 @@ FAILED_LINE = re.compile(r"^vantrel: Printer Query failed: .* \(0x80042106\)\n$"
 class Simulator:
     """One printer-sim process on free ports; ends with the test."""
 
-    def __init__(self, *options):
+    def __init__(self, *options, env=None):
         assert os.path.exists(PRINTER_SIM), \
             f"build printer_sim or set PRINTER_SIM_BIN: {PRINTER_SIM}"
         self.process = subprocess.Popen(
             [PRINTER_SIM, "--raw-port", "0", "--xpml-port", "0", "--control-port", "0",
              "--exit-on-stdin-eof", *options],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=env)
         ports = self.process.stdout.readline()
         assert self.process.stdout.readline() == "ready\n"
         found = dict(re.findall(r"(\w+)=(\d+)", ports))
         self.raw, self.xpml, self.control = (int(found[k]) for k in ("raw", "xpml", "control"))
+        self.local = int(found["local"]) if "local" in found else None
 
     def call(self, method, path, body=None):
         data = None if body is None else json.dumps(body).encode()
@@ -144,11 +145,30 @@ def test_state_requests_round_trip_through_the_client(sim, tool):
 
     done = tool.xpml(SEVERITY_REQUEST, "--json")
     assert done.returncode == 0, done.stderr
-    assert json.loads(done.stdout) == {"printer": PRINTER, "port": sim.xpml, "reply": "1;3"}
+    assert json.loads(done.stdout) == {"printer": PRINTER, "port": sim.xpml, "route": "tcp",
+                                       "reply": "1;3"}
 
     sim.call("POST", "/state", {"monitoring": False})
     assert tool.xpml(SEVERITY_REQUEST).stdout.startswith("0")
     assert sim.call("GET", "/state")["xpml_requests"] == 3
+
+
+def test_local_route_answers_while_the_tcp_route_is_off_and_goes_with_the_service(tmp_path):
+    tool = Tool(tmp_path)
+    sim = Simulator("--local-route", env=tool.env)
+    try:
+        tool.point_at(sim.xpml)
+        done = tool.run("reg", "set", "NETWORK:TCP Enabled", "00", "--type", "binary",
+                        "--printer", PRINTER)
+        assert done.returncode == 0, done.stderr
+        done = tool.xpml(SEVERITY_REQUEST, "--json")
+        assert done.returncode == 0, done.stderr
+        assert json.loads(done.stdout)["route"] == "local"
+    finally:
+        assert sim.stop() == 0
+    # A stopped service withdraws its route: nothing answers now.
+    done = tool.xpml(SEVERITY_REQUEST)
+    assert done.returncode == 1 and FAILED_LINE.match(done.stderr), done.stderr
 
 
 def test_queries_jobs_and_actions_through_the_client(sim, tool):

@@ -13,6 +13,7 @@
 #include "fakes/fake_settings_store.h"
 #include "platform/clock.h"
 #include "platform/registry_value.h"
+#include "platform/win32_errors.h"
 #include "support/http_message.h"
 #include "support/registry.h"
 
@@ -85,6 +86,15 @@ class FakeXpmlService {
 };
 
 std::string Ok(std::string_view body) { return FormatHttpReply(200, {{"TID", "t-9"}}, body); }
+
+// A loopback port nobody listens on: connections are refused at once.
+uint16_t ClosedPort() {
+  platform::SocketHandle listener;
+  uint16_t port = 0;
+  platform::ListenSocket("127.0.0.1", 0, &listener, &port);
+  platform::CloseSocket(listener);
+  return port;
+}
 
 class ClientUtilityTest : public ::testing::Test {
  protected:
@@ -163,6 +173,7 @@ TEST_F(ClientUtilityTest, RouteSwitchedOffSendsNothing) {
   EXPECT_FALSE(client_->SendReceive(context_, "x"));
   // A network printer reads its own switch, still on.
   context_.network_printer = true;
+  SetNumber("NETWORK:TCP Port", service.port());
   EXPECT_EQ(client_->SendReceive(context_, "x"), "1");
   SetBool("NETWORK:Network Communication", false);
   EXPECT_FALSE(client_->SendReceive(context_, "x"));
@@ -220,10 +231,43 @@ TEST_F(ClientUtilityTest, PortDiscoveryStoresANewPortAndReportsAMissingOne) {
   spooler_.SetData(context_.printer, "XPML Server Port", {0x5a, 0x1b});
   EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7002u);
   ASSERT_EQ(events().size(), 2u);
-  EXPECT_EQ(events()[1].rfind("ClientUtility::GetRefactoredTcpPortNumber: Unable to save the "
-                              "new XPML port number 7002: ",
-                              0),
-            0u);
+  EXPECT_EQ(events()[1],
+            "ClientUtility::GetRefactoredTcpPortNumber: Unable to save the new XPML port "
+            "number : " +
+                std::to_string(platform::kErrorAccessDenied));
+}
+
+// The TCP route first; the local route (the loopback port a service of this
+// computer published) when it is off or fails, never for another server's
+// printer, whose service is on its own TCP port.
+TEST_F(ClientUtilityTest, LocalRouteAnswersWhenTheTcpRouteCannotAndSaysWhichAnswered) {
+  FakeXpmlService tcp([](const HttpMessage&) { return Ok("tcp"); });
+  FakeXpmlService local([](const HttpMessage&) { return Ok("local"); });
+  SetNumber("NETWORK:XPML Server Port", tcp.port());
+  SetNumber("NETWORK:TCP Port", local.port());  // not the port of a local printer
+  int route = -1;
+  EXPECT_EQ(client_->SendReceive(context_, "x", &route), "tcp");
+  EXPECT_EQ(route, ClientUtility::kTcpRoute);
+
+  SetNumber(kLocalRoutePortPath, local.port());
+  SetBool("NETWORK:TCP Enabled", false);
+  EXPECT_EQ(client_->SendReceive(context_, "x", &route), "local");
+  EXPECT_EQ(route, ClientUtility::kLocalRoute);
+  EXPECT_EQ(local.requests().back().body, "x");
+
+  SetBool("NETWORK:TCP Enabled", true);
+  SetNumber("NETWORK:XPML Server Port", ClosedPort());  // the TCP route fails
+  EXPECT_EQ(client_->SendReceive(context_, "x", &route), "local");
+  EXPECT_EQ(route, ClientUtility::kLocalRoute);
+
+  XpmlPrinterContext shared = context_;
+  shared.network_printer = true;
+  SetNumber("NETWORK:TCP Port", tcp.port());
+  EXPECT_EQ(client_->SendReceive(shared, "x", &route), "tcp");
+  SetNumber("NETWORK:TCP Port", ClosedPort());
+  EXPECT_FALSE(client_->SendReceive(shared, "x", &route));
+  EXPECT_EQ(route, ClientUtility::kNoRoute);
+  EXPECT_EQ(local.requests().size(), 2u);
 }
 
 // Only a local printer's own data counts, and only a value that fits the

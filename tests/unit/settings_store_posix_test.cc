@@ -71,7 +71,8 @@ TEST(SqliteSettingsStoreTest, MachineAndUserKeysLiveInTheirOwnFilesAndPersist) {
   EXPECT_TRUE(fs::exists(folder.File("machine.db")));
   int user_files = 0;
   for (const auto& entry : fs::directory_iterator(folder.path())) {
-    user_files += entry.path().filename().string().rfind("user-", 0) == 0;
+    const std::string name = entry.path().filename().string();
+    user_files += name.rfind("user-", 0) == 0 && entry.path().extension() == ".db";
   }
   EXPECT_EQ(user_files, 1);
 
@@ -90,6 +91,58 @@ TEST(SqliteSettingsStoreTest, MachineAndUserKeysLiveInTheirOwnFilesAndPersist) {
             platform::kErrorFileNotFound);
   EXPECT_EQ(store->OpenKey(RegistryRoot::kUsers, "Shared", kKeyRead, &other),
             platform::kErrorFileNotFound);
+}
+
+// Reads are answered from memory while the file is unchanged; a write made
+// through another connection to the file (as another process makes it) must
+// be seen by the very next read, whatever it changed.
+TEST(SqliteSettingsStoreTest, WarmReadsSeeEveryChangeMadeByAnotherConnectionAtOnce) {
+  StoreScratchFolder folder;
+  WriteSampleStore(folder.path());
+  auto reader = platform::OpenSettingsStoreAt(folder.path());
+  auto writer = platform::OpenSettingsStoreAt(folder.path());
+  std::unique_ptr<SettingsKey> read_key;
+  ASSERT_EQ(reader->OpenKey(RegistryRoot::kLocalMachine, kPrinterKey, kKeyRead, &read_key), 0);
+  auto write_key = CreateOrFail(*writer, RegistryRoot::kLocalMachine, kPrinterKey);
+  ASSERT_TRUE(write_key);
+  RegistryValue value;
+  for (uint32_t darkness = 6; darkness < 40; ++darkness) {
+    ASSERT_EQ(write_key->SetValue("Darkness", platform::MakeDwordValue(darkness)), 0);
+    for (int warm = 0; warm < 2; ++warm) {
+      ASSERT_EQ(read_key->QueryValue("Darkness", &value), 0);
+      ASSERT_EQ(platform::ReadDword(value), darkness);
+    }
+  }
+  ASSERT_EQ(write_key->DeleteValue("Darkness"), 0);
+  EXPECT_EQ(read_key->QueryValue("Darkness", &value), platform::kErrorFileNotFound);
+  // A key made or deleted elsewhere is found, or found gone, at once.
+  std::unique_ptr<SettingsKey> missing;
+  const std::string fresh = std::string(kPrinterKey) + "\\Fresh";
+  EXPECT_EQ(reader->OpenKey(RegistryRoot::kLocalMachine, fresh, kKeyRead, &missing),
+            platform::kErrorFileNotFound);
+  ASSERT_TRUE(CreateOrFail(*writer, RegistryRoot::kLocalMachine, fresh));
+  EXPECT_EQ(reader->OpenKey(RegistryRoot::kLocalMachine, fresh, kKeyRead, &missing), 0);
+  ASSERT_EQ(write_key->DeleteSubKey("Old"), 0);
+  ASSERT_EQ(write_key->DeleteSubKey("Fresh"), 0);
+  EXPECT_EQ(missing->QueryValue("Any", &value), platform::kErrorKeyDeleted);
+}
+
+// A caller who could write the database but not the count of its changes
+// would change it unseen by every reader that remembers: it may only read.
+TEST(SqliteSettingsStoreTest, CallerWhoCannotCountItsChangesMayOnlyRead) {
+  StoreScratchFolder folder;
+  WriteSampleStore(folder.path());
+  const fs::path counter = folder.File("machine.db-changes");
+  ASSERT_TRUE(fs::exists(counter));
+  fs::remove(counter);
+  fs::create_directory(counter);  // cannot be opened as a file by anyone
+  auto store = platform::OpenSettingsStoreAt(folder.path());
+  std::unique_ptr<SettingsKey> key;
+  ASSERT_EQ(store->OpenKey(RegistryRoot::kLocalMachine, kPrinterKey, kKeyRead, &key), 0);
+  RegistryValue value;
+  EXPECT_EQ(key->QueryValue("Darkness", &value), 0);
+  EXPECT_EQ(store->OpenKey(RegistryRoot::kLocalMachine, kPrinterKey, kKeyReadWrite, &key),
+            platform::kErrorAccessDenied);
 }
 
 TEST(SqliteSettingsStoreTest, ReadOnlyStoreAnswersReadsAndRefusesEveryWrite) {

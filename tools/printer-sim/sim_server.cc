@@ -23,6 +23,7 @@ constexpr uint32_t kSendTimeoutMs = 5000;
 constexpr size_t kMaxConnections = 256;
 // A job's bytes past this are not kept.
 constexpr size_t kMaxJobBytes = 256u * 1024 * 1024;
+const std::string kLoopback = "127.0.0.1";
 
 }  // namespace
 
@@ -31,11 +32,15 @@ Server::Server(ServerOptions options) : options_(std::move(options)) {}
 Server::~Server() { Stop(); }
 
 long Server::Start() {
-  const uint16_t wanted[kServices] = {options_.raw_port, options_.xpml_port, options_.control_port};
+  const uint16_t wanted[kServices] = {options_.raw_port, options_.xpml_port, options_.control_port,
+                                      0};
   for (int service = 0; service < kServices; ++service) {
     if (service == kControl && !options_.control) continue;
-    const long error = platform::ListenSocket(options_.address, wanted[service],
-                                              &listeners_[service], &bound_[service]);
+    if (service == kLocalXpml && !options_.local_route) continue;
+    // The local route is this computer's only, whatever the other listeners use.
+    const std::string& address = service == kLocalXpml ? kLoopback : options_.address;
+    const long error =
+        platform::ListenSocket(address, wanted[service], &listeners_[service], &bound_[service]);
     if (error != 0) {
       for (SocketHandle& listener : listeners_) {
         platform::CloseSocket(listener);
@@ -182,8 +187,8 @@ void Server::ServeHttp(Service service, SocketHandle connection) {
     SimReply reply;
     {
       std::lock_guard<std::mutex> hold(state_mutex_);
-      reply = service == kXpml ? AnswerXpml(&state_, reader.request())
-                               : HandleControl(&state_, reader.request());
+      reply = service == kControl ? HandleControl(&state_, reader.request())
+                                  : AnswerXpml(&state_, reader.request());
     }
     Pause(reply.fault.delay_ms);
     if (stopping_) return;

@@ -24,6 +24,9 @@ struct ServerOptions {
   bool control = false;
   uint16_t control_port = 0;
   std::string jobs_folder;  // where each job is also written; empty: nowhere
+  // Also serve the XPML service on a free loopback port: the local route a
+  // client takes when its TCP route is off or fails.
+  bool local_route = false;
 };
 
 class Server {
@@ -42,9 +45,10 @@ class Server {
   uint16_t raw_port() const { return bound_[kRaw]; }
   uint16_t xpml_port() const { return bound_[kXpml]; }
   uint16_t control_port() const { return bound_[kControl]; }
+  uint16_t local_route_port() const { return bound_[kLocalXpml]; }
 
  private:
-  enum Service { kRaw, kXpml, kControl, kServices };
+  enum Service { kRaw, kXpml, kControl, kLocalXpml, kServices };
 
   void AcceptLoop(Service service, platform::SocketHandle listener);
   void Serve(Service service, platform::SocketHandle connection);
@@ -62,8 +66,9 @@ class Server {
   const ServerOptions options_;
   std::atomic<bool> stopping_{false};
   platform::SocketHandle listeners_[kServices] = {
-      platform::kInvalidSocket, platform::kInvalidSocket, platform::kInvalidSocket};
-  uint16_t bound_[kServices] = {0, 0, 0};
+      platform::kInvalidSocket, platform::kInvalidSocket, platform::kInvalidSocket,
+      platform::kInvalidSocket};
+  uint16_t bound_[kServices] = {0, 0, 0, 0};
   std::vector<std::thread> accept_threads_;  // the Start/Stop thread only
 
   std::mutex connections_mutex_;

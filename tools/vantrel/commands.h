@@ -11,6 +11,7 @@ void AddRegCommand(CLI::App& app);
 void AddRegisterCommands(CLI::App& app);
 void AddPrintersCommands(CLI::App& app);
 void AddXpmlCommand(CLI::App& app);
+void AddSendCommand(CLI::App& app);
 
 // The exit status recorded by the command that ran.
 int ExitCode();

@@ -27,9 +27,12 @@ std::string ReadStandardInput() {
   return std::string(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
 }
 
-void PrintReply(const XpmlArguments& args, uint32_t port, const std::string& reply) {
+const char* RouteName(int route) { return route == ClientUtility::kLocalRoute ? "local" : "tcp"; }
+
+void PrintReply(const XpmlArguments& args, uint32_t port, int route, const std::string& reply) {
   if (args.json) {
-    const nlohmann::json out = {{"printer", args.printer}, {"port", port}, {"reply", reply}};
+    const nlohmann::json out = {
+        {"printer", args.printer}, {"port", port}, {"route", RouteName(route)}, {"reply", reply}};
     std::printf("%s\n", out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
     return;
   }
@@ -41,7 +44,8 @@ int RunXpml(const XpmlArguments& args) {
   const std::string text = args.text == "-" ? ReadStandardInput() : args.text;
   const XpmlPrinterContext context{args.printer, "", false};
   ClientUtility client;
-  const std::optional<std::string> reply = client.SendReceive(context, text);
+  int route = ClientUtility::kNoRoute;
+  const std::optional<std::string> reply = client.SendReceive(context, text, &route);
   // The port the exchange used, for the report (it reads the same settings).
   const uint32_t port = client.GetRefactoredTcpPortNumber(context);
   if (!reply) {
@@ -51,7 +55,7 @@ int RunXpml(const XpmlArguments& args) {
                  static_cast<uint32_t>(frame::kPrinterQueryFailed.code));
     return 1;
   }
-  PrintReply(args, port, *reply);
+  PrintReply(args, port, route, *reply);
   return 0;
 }
 
@@ -63,7 +67,9 @@ void AddXpmlCommand(CLI::App& app) {
       "xpml", "Send one XPML text to a printer driver's service and print the reply");
   command->add_option("PRINTER", args.printer, "The printer's name")->required();
   command->add_option("TEXT", args.text, "The XPML text; \"-\" reads standard input")->required();
-  command->add_flag("--json", args.json, "Print {\"printer\", \"port\", \"reply\"}");
+  command->add_flag("--json", args.json,
+                    "Print {\"printer\", \"port\", \"route\", \"reply\"}; route is \"tcp\" or "
+                    "\"local\" (the loopback port a service of this computer published)");
   command->footer(
       "The connection settings are the printer's NETWORK: values (XPML Server Port, Connection "
       "Retries, Connection Timeout, ...), as the library reads them for every exchange.");

@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "platform/clock.h"
+#include "platform/sqlite/change_counter_posix.h"
 #include "platform/win32_errors.h"
 
 namespace vantrel::platform {
@@ -141,8 +142,9 @@ std::vector<uint8_t> SqliteStatement::Blob(int column) const {
                : std::vector<uint8_t>();
 }
 
-SqliteConnection::SqliteConnection(sqlite3* db, bool read_only, bool stand_in)
-    : db_(db), read_only_(read_only), stand_in_(stand_in) {}
+SqliteConnection::SqliteConnection(sqlite3* db, bool read_only, bool stand_in,
+                                   std::unique_ptr<ChangeCounter> counter)
+    : db_(db), read_only_(read_only), stand_in_(stand_in), counter_(std::move(counter)) {}
 
 SqliteConnection::~SqliteConnection() { sqlite3_close_v2(db_); }
 
@@ -163,8 +165,13 @@ long SqliteConnection::Open(const std::string& path, bool read_only,
   sqlite3_extended_result_codes(db, 1);
   sqlite3_busy_timeout(db, kBusyTimeoutMs);
   // SQLite quietly opens a file it may not write read-only; say so.
-  const bool refused_writes = read_only || sqlite3_db_readonly(db, "main") == 1;
-  connection->reset(new SqliteConnection(db, refused_writes, false));
+  bool refused_writes = read_only || sqlite3_db_readonly(db, "main") == 1;
+  auto counter = ChangeCounter::Open(path, !refused_writes);
+  if (counter == nullptr && !refused_writes) {
+    refused_writes = true;
+    counter = ChangeCounter::Open(path, false);
+  }
+  connection->reset(new SqliteConnection(db, refused_writes, false, std::move(counter)));
   return kErrorSuccess;
 }
 
@@ -176,34 +183,56 @@ long SqliteConnection::OpenEmptyStandIn(std::unique_ptr<SqliteConnection>* conne
     return kErrorNotEnoughMemory;
   }
   sqlite3_extended_result_codes(db, 1);
-  connection->reset(new SqliteConnection(db, true, true));
+  connection->reset(new SqliteConnection(db, true, true, nullptr));
   return kErrorSuccess;
 }
 
-long SqliteConnection::Read(const Body& body) { return RunTransaction("BEGIN", body); }
+std::optional<uint64_t> SqliteConnection::ChangeStamp() const {
+  if (counter_ == nullptr) return std::nullopt;
+  return counter_->Read();
+}
+
+long SqliteConnection::Read(const Body& body) { return RunTransaction(false, body); }
+
+long SqliteConnection::CachedRead(const std::string& memo_key, const AnswerBody& body,
+                                  StoreReadAnswer* answer) {
+  // The stamp is taken before reading: a write that lands meanwhile moves
+  // the count past it, and the answer is not used again.
+  const std::optional<uint64_t> stamp = ChangeStamp();
+  if (stamp && read_cache_.Find(*stamp, memo_key, answer)) return answer->error;
+  StoreReadAnswer read;
+  read.error = Read([&](sqlite3* db) { return body(db, &read); });
+  if (stamp) read_cache_.Remember(*stamp, memo_key, read);
+  *answer = std::move(read);
+  return answer->error;
+}
 
 // IMMEDIATE takes the write lock before the first read, so two writers never
 // both read and then find they cannot upgrade (which SQLite reports as busy
 // without waiting).
-long SqliteConnection::Write(const Body& body) { return RunTransaction("BEGIN IMMEDIATE", body); }
+long SqliteConnection::Write(const Body& body) { return RunTransaction(true, body); }
 
-long SqliteConnection::RunTransaction(const char* begin, const Body& body) {
-  std::lock_guard lock(mutex_);
+long SqliteConnection::RunTransaction(bool write, const Body& body) {
+  MutexLock lock(mutex_);
   const uint64_t deadline = TickCount64() + kBusyLimitMs;
   uint32_t pause_ms = 1;
   while (true) {
-    const long error = RunOnce(begin, body);
+    const long error = RunOnce(write, body);
     if (error != kErrorBusy || TickCount64() >= deadline) return error;
     SleepMilliseconds(pause_ms);
     pause_ms = std::min(pause_ms * 2, kLongestPauseMs);
   }
 }
 
-long SqliteConnection::RunOnce(const char* begin, const Body& body) {
-  long error = ExecuteScript(db_, begin);
+long SqliteConnection::RunOnce(bool write, const Body& body) {
+  long error = ExecuteScript(db_, write ? "BEGIN IMMEDIATE" : "BEGIN");
   if (error != kErrorSuccess) return error;
+  // The write lock is held now: no other writer commits until the second bump.
+  const bool writes = write && counter_ != nullptr;
+  if (writes) counter_->Bump();
   error = body(db_);
   if (error == kErrorSuccess) error = ExecuteScript(db_, "COMMIT");
+  if (writes) counter_->Bump();
   // A failed COMMIT may leave the transaction open; never leave one behind.
   if (error != kErrorSuccess && !sqlite3_get_autocommit(db_)) ExecuteScript(db_, "ROLLBACK");
   return error;

@@ -6,15 +6,20 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/sqlite/store_read_cache_posix.h"
+#include "platform/thread_annotations.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace vantrel::platform {
+
+class ChangeCounter;
 
 // The Windows error number for an (extended) SQLite result code; the errno
 // of the failed system call, when there was one, refines "cannot open".
@@ -61,8 +66,14 @@ class SqliteConnection {
   // A transaction body: runs statements on the connection and answers a
   // Windows error number. Non-zero rolls the transaction back.
   using Body = std::function<long(sqlite3* db)>;
+  // A read whose answer may be remembered: fills `answer` and returns its
+  // error as a Body does.
+  using AnswerBody = std::function<long(sqlite3* db, StoreReadAnswer* answer)>;
 
-  // Opens the database file at `path`, creating it unless `read_only`.
+  // Opens the database file at `path`, creating it unless `read_only`, with
+  // its change counter (change_counter_posix.h). A caller who could write the
+  // file but cannot bump its counter gets a read-only connection: a write the
+  // other processes could not notice would leave them reading stale answers.
   // kErrorSuccess sets `connection`; a file that is not a database, or is
   // damaged, gives kErrorBadDbFormat when first read, not here.
   static long Open(const std::string& path, bool read_only,
@@ -76,22 +87,36 @@ class SqliteConnection {
   bool read_only() const { return read_only_; }
   bool is_stand_in() const { return stand_in_; }
 
+  // The file's change count now (no system call), or nothing when this
+  // connection has no counter and so cannot tell: answers must then not be
+  // remembered. Any thread.
+  std::optional<uint64_t> ChangeStamp() const;
+
   // Run `body` in a read (deferred) or write (immediate) transaction with the
   // connection's lock held. A busy database is waited for and the whole
   // transaction retried, for up to a minute; only then is kErrorBusy returned.
-  // Block while another thread or process writes. Any thread.
+  // Block while another thread or process writes. A write transaction bumps
+  // the change count once it holds the write lock and again after it
+  // commits. Any thread.
   long Read(const Body& body);
   long Write(const Body& body);
+  // Read, answered from memory while no process has written the file since
+  // the same `memo_key` was last read: no transaction, no system call. A
+  // connection without a change counter always reads. Any thread.
+  long CachedRead(const std::string& memo_key, const AnswerBody& body, StoreReadAnswer* answer);
 
  private:
-  SqliteConnection(sqlite3* db, bool read_only, bool stand_in);
-  long RunTransaction(const char* begin, const Body& body);
-  long RunOnce(const char* begin, const Body& body);
+  SqliteConnection(sqlite3* db, bool read_only, bool stand_in,
+                   std::unique_ptr<ChangeCounter> counter);
+  long RunTransaction(bool write, const Body& body);
+  long RunOnce(bool write, const Body& body);
 
-  std::mutex mutex_;  // serialises every use of db_
+  Mutex mutex_;  // serialises every use of db_
   sqlite3* const db_;
   const bool read_only_;
   const bool stand_in_;
+  const std::unique_ptr<ChangeCounter> counter_;  // null: no counter
+  StoreReadCache read_cache_;
 };
 
 }  // namespace vantrel::platform

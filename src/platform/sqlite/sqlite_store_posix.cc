@@ -6,13 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
 #include "platform/folders.h"
 #include "platform/sqlite/sqlite_connection_posix.h"
 #include "platform/unicode.h"
 #include "platform/win32_errors.h"
+#include "platform/thread_annotations.h"
 
 namespace vantrel::platform {
 namespace {
@@ -135,6 +135,21 @@ long FindOrAddPath(sqlite3* db, RegistryRoot root, const std::vector<std::string
   return kErrorSuccess;
 }
 
+// FindKey, answered from the connection's read cache while the file is unchanged.
+long FindKeyCached(SqliteConnection& connection, RegistryRoot root, const std::string& folded_path,
+                   int64_t* id) {
+  StoreReadAnswer answer;
+  const std::string memo_key = "key " + std::to_string(static_cast<int>(root)) + "\\" + folded_path;
+  const long error = connection.CachedRead(
+      memo_key,
+      [&](sqlite3* db, StoreReadAnswer* read) {
+        return FindKey(db, root, folded_path, &read->key_id);
+      },
+      &answer);
+  if (error == kErrorSuccess) *id = answer.key_id;
+  return error;
+}
+
 // kErrorKeyDeleted once the key behind a handle is gone, as the registry says.
 long CheckAlive(sqlite3* db, int64_t id) {
   SqliteStatement check(db, "SELECT 1 FROM keys WHERE id = ?");
@@ -179,18 +194,24 @@ class SqliteKey : public SettingsKey {
 
   long QueryValue(std::string_view name, RegistryValue* value) override {
     if (!Allows(kKeyQueryValue)) return kErrorAccessDenied;
-    RegistryValue read;
-    const long error = connection_->Read([&](sqlite3* db) {
-      if (const long error = CheckAlive(db, id_)) return error;
-      SqliteStatement find(
-          db, "SELECT type, data FROM key_values WHERE key_id = ? AND name_folded = ?");
-      find.Bind(id_).Bind(AsciiLower(name));
-      const bool found = find.Step();
-      if (found) read = RegistryValue{static_cast<uint32_t>(find.Integer(0)), find.Blob(1)};
-      if (find.error()) return find.error();
-      return found ? kErrorSuccess : kErrorFileNotFound;
-    });
-    if (error == kErrorSuccess) *value = std::move(read);
+    const std::string folded = AsciiLower(name);
+    StoreReadAnswer answer;
+    const std::string memo_key = "value " + std::to_string(id_) + "\\" + folded;
+    const long error = connection_->CachedRead(
+        memo_key,
+        [&](sqlite3* db, StoreReadAnswer* read) {
+          if (const long error = CheckAlive(db, id_)) return error;
+          SqliteStatement find(
+              db, "SELECT type, data FROM key_values WHERE key_id = ? AND name_folded = ?");
+          find.Bind(id_).Bind(folded);
+          const bool found = find.Step();
+          if (found)
+            read->value = RegistryValue{static_cast<uint32_t>(find.Integer(0)), find.Blob(1)};
+          if (find.error()) return find.error();
+          return found ? kErrorSuccess : kErrorFileNotFound;
+        },
+        &answer);
+    if (error == kErrorSuccess) *value = std::move(answer.value);
     return error;
   }
 
@@ -325,7 +346,7 @@ class StoreFile {
 
   // The connection to use now. Blocks while opening the file.
   long Connection(std::shared_ptr<SqliteConnection>* connection) {
-    std::lock_guard lock(mutex_);
+    MutexLock lock(mutex_);
     const bool settled = connection_ && !connection_->is_stand_in();
     const bool still_missing = connection_ && !settled && !Exists(path_);
     if (!settled && !still_missing) {
@@ -372,8 +393,8 @@ class StoreFile {
   const std::string folder_;
   const std::string path_;
   const bool read_only_;
-  std::mutex mutex_;
-  std::shared_ptr<SqliteConnection> connection_;  // guarded by mutex_
+  Mutex mutex_;
+  std::shared_ptr<SqliteConnection> connection_ GUARDED_BY(mutex_);
 };
 
 // --- The store ---
@@ -411,8 +432,7 @@ class SqliteSettingsStore : public SettingsStore {
     if (create && !connection->read_only()) {
       error = connection->Write([&](sqlite3* db) { return FindOrAddPath(db, root, parts, &id); });
     } else {
-      error =
-          connection->Read([&](sqlite3* db) { return FindKey(db, root, FoldedPath(parts), &id); });
+      error = FindKeyCached(*connection, root, FoldedPath(parts), &id);
       // A store this caller may only read cannot grow, nor hand out write access.
       if (error == kErrorFileNotFound && create) error = kErrorAccessDenied;
       if (error == kErrorSuccess && connection->read_only() && (access & kKeyWriteAccessBits)) {
