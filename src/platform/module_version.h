@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include "platform/win32_errors.h"
 
 namespace vantrel::platform {
 
@@ -19,7 +20,7 @@ struct ModuleVersionInfo {
 // table, has one that cannot be queried, or cannot be opened at all. An error
 // only for a module that opens but whose table cannot be read (14 when its
 // buffer cannot be allocated). Any thread.
-long ReadModuleVersion(const std::string& path, ModuleVersionInfo* info);
+PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* info);
 
 // Whether the module must run in another process: on Windows when this is a
 // 32-bit process on 64-bit Windows (asked once per process), on Linux when

@@ -37,7 +37,7 @@ const ElfModuleFacts& OwnFacts() {
 
 }  // namespace
 
-long ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
+PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
   *info = ModuleVersionInfo{};
   ElfModuleFacts facts;
   bool is_elf = false;

@@ -27,7 +27,7 @@ bool IsWow64() {
 
 }  // namespace
 
-long ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
+PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
   *info = ModuleVersionInfo{};
   const std::wstring wide = Widen(path);
   DWORD ignored = 0;

@@ -21,7 +21,8 @@ namespace vantrel::platform {
 // 0 with `buffer` filled, or the failing call's error (kErrorInvalidData for
 // a failure that gives none); the buffer is then empty. Blocks in `call`.
 template <typename Size, typename Call, typename LastError>
-long ReadTwoCalls(std::vector<uint8_t>* buffer, size_t minimum, Call call, LastError last_error) {
+PlatformResult ReadTwoCalls(std::vector<uint8_t>* buffer, size_t minimum, Call call,
+                            LastError last_error) {
   buffer->clear();
   Size needed = 0;
   if (call(nullptr, Size{0}, &needed)) return minimum == 0 ? kErrorSuccess : kErrorInvalidData;

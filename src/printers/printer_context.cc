@@ -117,7 +117,7 @@ void PrinterContext::ChangeQuietly(Change change) {
   PrinterInfo2 record;
   if (!handle_ || handle_->GetInfo2(&record) != kErrorSuccess) return;
   change(record);
-  handle_->SetInfo2(record);  // a refused change is not reported
+  platform::IgnoreResult(handle_->SetInfo2(record));  // a refused change is not reported
 }
 
 void PrinterContext::SetComment(const std::string& comment) {
@@ -139,7 +139,8 @@ void PrinterContext::SetUntilTime(uint32_t minutes) {
 void PrinterContext::SetPortName(const std::string& port) {
   OLock lock(lock_);
   PrinterInfo2 record;
-  long error = handle_ ? handle_->GetInfo2(&record) : platform::kErrorInvalidHandle;
+  long error = handle_ ? handle_->GetInfo2(&record)
+                       : platform::PlatformResult(platform::kErrorInvalidHandle);
   if (error != kErrorSuccess) ThrowSpoolerError("GetPrinter", error);
   record.port_name = port;
   error = handle_->SetInfo2(record);

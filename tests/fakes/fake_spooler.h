@@ -54,11 +54,13 @@ class FakeSpooler : public platform::Spooler {
   // The bytes written by raw documents, by job id.
   std::string DocumentBytes(uint32_t job_id) const;
 
-  long Open(std::string_view name, uint32_t access,
-            std::unique_ptr<platform::SpoolerPrinter>* printer) override;
-  long EnumPrinters2(uint32_t flags, std::vector<platform::PrinterInfo2>* printers) override;
-  long EnumPrinters4(uint32_t flags, std::vector<platform::PrinterInfo4>* printers) override;
-  long EnumPorts2(std::vector<platform::PortInfo2>* ports) override;
+  platform::PlatformResult Open(std::string_view name, uint32_t access,
+                                std::unique_ptr<platform::SpoolerPrinter>* printer) override;
+  platform::PlatformResult EnumPrinters2(uint32_t flags,
+                                         std::vector<platform::PrinterInfo2>* printers) override;
+  platform::PlatformResult EnumPrinters4(uint32_t flags,
+                                         std::vector<platform::PrinterInfo4>* printers) override;
+  platform::PlatformResult EnumPorts2(std::vector<platform::PortInfo2>* ports) override;
 
   struct Job {
     platform::JobInfo2 info;

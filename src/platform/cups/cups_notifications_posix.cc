@@ -153,7 +153,7 @@ class CupsWatch : public ChangeWatch {
   }
   ~CupsWatch() override { hub_.Detach(this); }
 
-  long Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
+  PlatformResult Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
     std::unique_lock lock(mutex_);
     ready_.wait_for(lock, std::chrono::milliseconds(timeout_ms),
                     [&] { return cancelled_ || discarded_ || !pending_.items.empty(); });
@@ -166,7 +166,7 @@ class CupsWatch : public ChangeWatch {
     return kErrorSuccess;
   }
 
-  long Refresh(NotifyBatch* batch) override {
+  PlatformResult Refresh(NotifyBatch* batch) override {
     NotifyBatch full;
     TakeSnapshot(&full);
     std::lock_guard lock(mutex_);
@@ -271,7 +271,11 @@ class CupsWatch : public ChangeWatch {
     PrinterInfo2 printer;
     if (ReadPrinter(backend, &printer) == kErrorSuccess) last_printer_ = printer;
     std::vector<JobInfo2> jobs;
-    backend.GetJobs(printer_, &jobs);
+    // A failed read keeps the jobs seen last rather than reporting them gone.
+    if (backend.GetJobs(printer_, &jobs) != kErrorSuccess) {
+      jobs.clear();
+      for (const auto& [id, job] : last_jobs_) jobs.push_back(job);
+    }
     last_jobs_.clear();
     for (const JobInfo2& job : jobs) last_jobs_[job.job_id] = job;
     if (full == nullptr) return;
@@ -396,7 +400,8 @@ void NotificationHub::CancelSubscription() {
   ipp_t* request = NewRequest(IPP_OP_CANCEL_SUBSCRIPTION, backend_.pool().PrinterUri(""));
   ippAddInteger(request, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "notify-subscription-id",
                 subscription_);
-  backend_.Send(request, false);
+  // A subscription the scheduler does not cancel now ends with its lease.
+  IgnoreResult(backend_.Send(request, false));
   subscription_ = 0;
 }
 
