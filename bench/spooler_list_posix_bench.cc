@@ -67,8 +67,9 @@ void BM_SpoolerEnumPrinters2(benchmark::State& state) {
       vantrel::platform::OpenCupsSpooler(TheScheduler().server(), TheScheduler().store());
   std::vector<vantrel::platform::PrinterInfo2> printers;
   for (auto _ : state) {
-    spooler->EnumPrinters2(vantrel::platform::kEnumLocal, &printers);
-    if (printers.size() != kQueues) state.SkipWithError("wrong queue count");
+    if (spooler->EnumPrinters2(vantrel::platform::kEnumLocal, &printers) != 0 ||
+        printers.size() != kQueues)
+      state.SkipWithError("the listing failed or has the wrong queue count");
   }
 }
 BENCHMARK(BM_SpoolerEnumPrinters2)->Unit(benchmark::kMillisecond);

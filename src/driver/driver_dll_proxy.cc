@@ -98,7 +98,8 @@ uint64_t DriverDLLProxy::OpenThroughHost(const std::string& module_path,
   const std::string name = platform::ProxyPipeName(reinterpret_cast<uintptr_t>(this));
   if (platform::StartModuleHost(module_path, dm::kProxy, name) != 0) return 0;
   if (platform::CreateProxyPipe(name, &pipe_) != 0) return 0;
-  pipe_->Connect();  // a host that never came shows as a failed write below
+  // A host that never came shows as a failed write below.
+  platform::IgnoreResult(pipe_->Connect());
   return TryThroughPipe(0, dm::kOpen, printer_name);
 }
 

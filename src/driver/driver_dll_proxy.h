@@ -60,7 +60,8 @@ class DriverDLLProxy {
 
   // Opens the printer's driver module (the printer data value "Kesto
   // Interface V3", else "Kesto Interface") and returns the driver's handle;
-  // 0 when there is none or it cannot be reached. Raises OException
+  // 0 when there is none, its file is missing, or it cannot be reached.
+  // Raises OException
   // "Internal STOP() issued." with the system's error when a module that
   // might run apart has a version that cannot be read. Blocks while the
   // module host starts.

@@ -62,97 +62,96 @@ uint32_t PrinterConfigurationFilter::SettingsMask(IPrinterConfigurationFilter& f
   return mask == 0 ? kAllSettings : mask;
 }
 
-HRESULT PrinterConfigurationFilter::GetSwitch(const char* source, size_t group, VARIANT_BOOL* out) {
-  return Member(source, [&] {
-    if (out == nullptr) frame::Throw(frame::kInvalidArgument);
-    OLock hold(critical_section());
-    *out = switches_[group];
-  });
+void PrinterConfigurationFilter::ReadSwitch(size_t group, VARIANT_BOOL* out) {
+  if (out == nullptr) frame::Throw(frame::kInvalidArgument);
+  OLock hold(critical_section());
+  *out = switches_[group];
 }
 
-HRESULT PrinterConfigurationFilter::PutSwitch(const char* source, size_t group,
-                                              VARIANT_BOOL value) {
-  return Member(source, [&] {
-    OLock hold(critical_section());
-    switches_[group] = value;
-  });
+void PrinterConfigurationFilter::WriteSwitch(size_t group, VARIANT_BOOL value) {
+  OLock hold(critical_section());
+  switches_[group] = value;
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_Stocks(VARIANT_BOOL* retStocks) {
-  return GetSwitch("PrinterConfigurationFilter::get_Stocks", kStocks, retStocks);
+  return Member("PrinterConfigurationFilter::get_Stocks", [&] { ReadSwitch(kStocks, retStocks); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_Stocks(VARIANT_BOOL argStocks) {
-  return PutSwitch("PrinterConfigurationFilter::put_Stocks", kStocks, argStocks);
+  return Member("PrinterConfigurationFilter::put_Stocks", [&] { WriteSwitch(kStocks, argStocks); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_Presets(VARIANT_BOOL* retPresets) {
-  return GetSwitch("PrinterConfigurationFilter::get_Presets", kPresets, retPresets);
+  return Member("PrinterConfigurationFilter::get_Presets",
+                [&] { ReadSwitch(kPresets, retPresets); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_Presets(VARIANT_BOOL argPresets) {
-  return PutSwitch("PrinterConfigurationFilter::put_Presets", kPresets, argPresets);
+  return Member("PrinterConfigurationFilter::put_Presets",
+                [&] { WriteSwitch(kPresets, argPresets); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_UtilityFonts(VARIANT_BOOL* retUtilityFonts) {
-  return GetSwitch("PrinterConfigurationFilter::get_UtilityFonts", kUtilityFonts, retUtilityFonts);
+  return Member("PrinterConfigurationFilter::get_UtilityFonts",
+                [&] { ReadSwitch(kUtilityFonts, retUtilityFonts); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_UtilityFonts(VARIANT_BOOL argUtilityFonts) {
-  return PutSwitch("PrinterConfigurationFilter::put_UtilityFonts", kUtilityFonts, argUtilityFonts);
+  return Member("PrinterConfigurationFilter::put_UtilityFonts",
+                [&] { WriteSwitch(kUtilityFonts, argUtilityFonts); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_FontSubstitutions(VARIANT_BOOL* retFontSubstitutions) {
-  return GetSwitch("PrinterConfigurationFilter::get_FontSubstitutions", kFontSubstitutions,
-                   retFontSubstitutions);
+  return Member("PrinterConfigurationFilter::get_FontSubstitutions",
+                [&] { ReadSwitch(kFontSubstitutions, retFontSubstitutions); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_FontSubstitutions(VARIANT_BOOL argFontSubstitutions) {
-  return PutSwitch("PrinterConfigurationFilter::put_FontSubstitutions", kFontSubstitutions,
-                   argFontSubstitutions);
+  return Member("PrinterConfigurationFilter::put_FontSubstitutions",
+                [&] { WriteSwitch(kFontSubstitutions, argFontSubstitutions); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_DownloadedFonts(VARIANT_BOOL* retDownloadedFonts) {
-  return GetSwitch("PrinterConfigurationFilter::get_DownloadedFonts", kDownloadedFonts,
-                   retDownloadedFonts);
+  return Member("PrinterConfigurationFilter::get_DownloadedFonts",
+                [&] { ReadSwitch(kDownloadedFonts, retDownloadedFonts); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_DownloadedFonts(VARIANT_BOOL argDownloadedFonts) {
-  return PutSwitch("PrinterConfigurationFilter::put_DownloadedFonts", kDownloadedFonts,
-                   argDownloadedFonts);
+  return Member("PrinterConfigurationFilter::put_DownloadedFonts",
+                [&] { WriteSwitch(kDownloadedFonts, argDownloadedFonts); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_OptionalFonts(VARIANT_BOOL* retOptionalFonts) {
-  return GetSwitch("PrinterConfigurationFilter::get_OptionalFonts", kOptionalFonts,
-                   retOptionalFonts);
+  return Member("PrinterConfigurationFilter::get_OptionalFonts",
+                [&] { ReadSwitch(kOptionalFonts, retOptionalFonts); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_OptionalFonts(VARIANT_BOOL argOptionalFonts) {
-  return PutSwitch("PrinterConfigurationFilter::put_OptionalFonts", kOptionalFonts,
-                   argOptionalFonts);
+  return Member("PrinterConfigurationFilter::put_OptionalFonts",
+                [&] { WriteSwitch(kOptionalFonts, argOptionalFonts); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrinterProperties(VARIANT_BOOL* retPrinterProperties) {
-  return GetSwitch("PrinterConfigurationFilter::get_PrinterProperties", kPrinterProperties,
-                   retPrinterProperties);
+  return Member("PrinterConfigurationFilter::get_PrinterProperties",
+                [&] { ReadSwitch(kPrinterProperties, retPrinterProperties); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrinterProperties(VARIANT_BOOL argPrinterProperties) {
-  return PutSwitch("PrinterConfigurationFilter::put_PrinterProperties", kPrinterProperties,
-                   argPrinterProperties);
+  return Member("PrinterConfigurationFilter::put_PrinterProperties",
+                [&] { WriteSwitch(kPrinterProperties, argPrinterProperties); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_PrintingPreferences(
     VARIANT_BOOL* retPrintingPreferences) {
-  return GetSwitch("PrinterConfigurationFilter::get_PrintingPreferences", kPrintingPreferences,
-                   retPrintingPreferences);
+  return Member("PrinterConfigurationFilter::get_PrintingPreferences",
+                [&] { ReadSwitch(kPrintingPreferences, retPrintingPreferences); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_PrintingPreferences(
     VARIANT_BOOL argPrintingPreferences) {
-  return PutSwitch("PrinterConfigurationFilter::put_PrintingPreferences", kPrintingPreferences,
-                   argPrintingPreferences);
+  return Member("PrinterConfigurationFilter::put_PrintingPreferences",
+                [&] { WriteSwitch(kPrintingPreferences, argPrintingPreferences); });
 }
 
 STDMETHODIMP PrinterConfigurationFilter::get_NetworkSettings(VARIANT_BOOL* retNetworkSettings) {
-  return GetSwitch("PrinterConfigurationFilter::get_NetworkSettings", kNetworkSettings,
-                   retNetworkSettings);
+  return Member("PrinterConfigurationFilter::get_NetworkSettings",
+                [&] { ReadSwitch(kNetworkSettings, retNetworkSettings); });
 }
 STDMETHODIMP PrinterConfigurationFilter::put_NetworkSettings(VARIANT_BOOL argNetworkSettings) {
-  return PutSwitch("PrinterConfigurationFilter::put_NetworkSettings", kNetworkSettings,
-                   argNetworkSettings);
+  return Member("PrinterConfigurationFilter::put_NetworkSettings",
+                [&] { WriteSwitch(kNetworkSettings, argNetworkSettings); });
 }
 
 VANTREL_CLASS_CREATOR(PrinterConfigurationFilter)

@@ -52,9 +52,9 @@ class PrinterConfigurationFilter
   // One switch per row of the settings-group table, in its order.
   static constexpr size_t kGroupCount = 9;
 
-  // One switch as a property, read or written under the object's lock.
-  HRESULT GetSwitch(const char* source, size_t group, VARIANT_BOOL* out);
-  HRESULT PutSwitch(const char* source, size_t group, VARIANT_BOOL value);
+  // One switch, read or written under the object's lock; the members run these in their frame.
+  void ReadSwitch(size_t group, VARIANT_BOOL* out);
+  void WriteSwitch(size_t group, VARIANT_BOOL value);
 
   std::array<VARIANT_BOOL, kGroupCount> switches_ GUARDED_BY(critical_section()){};
 };

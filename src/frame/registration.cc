@@ -1,6 +1,8 @@
 #include "frame/registration.h"
 
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "frame/class_table.h"
 #include "frame/module.h"
@@ -39,8 +41,26 @@ class ClassesRootWriter {
   platform::SettingsStore& store_;
 };
 
-// Stops at the first failing write, as the scripts do.
-class Steps {
+// One value a script writes: `name` ("" = the default value) of `key`; a
+// missing text only creates the key.
+struct ScriptWrite {
+  std::string key;
+  const char* name;
+  std::optional<std::string> text;
+};
+
+// Runs the writes in order and stops at the first that fails: what follows a
+// failed write is not written.
+long RunScript(ClassesRootWriter& root, const std::vector<ScriptWrite>& writes) {
+  for (const ScriptWrite& write : writes) {
+    const char* text = write.text ? write.text->c_str() : nullptr;
+    if (const long error = root.Set(write.key, write.name, text)) return error;
+  }
+  return platform::kErrorSuccess;
+}
+
+// Remembers the first failure of steps that all run.
+class FirstFailure {
  public:
   void operator()(long error) {
     if (error_ == platform::kErrorSuccess) error_ = error;
@@ -60,10 +80,8 @@ std::string ClassIdText(const ClassEntry& entry) {
 }
 
 long RegisterAppId(ClassesRootWriter& root) {
-  Steps step;
-  step(root.Set(std::string("AppID\\") + kAppId, "", "Vantrel"));
-  step(root.Set("AppID\\Vantrel.DLL", "AppID", kAppId));
-  return step.error();
+  return RunScript(root, {{std::string("AppID\\") + kAppId, "", "Vantrel"},
+                          {"AppID\\Vantrel.DLL", "AppID", kAppId}});
 }
 
 long RegisterClass(ClassesRootWriter& root, const ClassEntry& entry, const std::string& path) {
@@ -71,26 +89,24 @@ long RegisterClass(ClassesRootWriter& root, const ClassEntry& entry, const std::
   const std::string progid = entry.progid;
   const std::string independent = entry.version_independent_progid;
   const std::string key = "CLSID\\" + clsid;
-  Steps step;
-  step(root.Set(progid, "", entry.display_name));
-  step(root.Set(progid + "\\CLSID", "", clsid.c_str()));
-  step(root.Set(independent, "", entry.display_name));
-  step(root.Set(independent + "\\CLSID", "", clsid.c_str()));
-  step(root.Set(independent + "\\CurVer", "", entry.progid));
-  step(root.Set(key, "", entry.display_name));
-  step(root.Set(key, "AppID", kAppId));
-  step(root.Set(key + "\\ProgID", "", entry.progid));
-  step(root.Set(key + "\\VersionIndependentProgID", "", entry.version_independent_progid));
-  step(root.Set(key + "\\Programmable", "", nullptr));
-  step(root.Set(key + "\\InprocServer32", "", path.c_str()));
-  step(root.Set(key + "\\InprocServer32", "ThreadingModel", "Free"));
-  step(root.Set(key + "\\TypeLib", "", kTypeLibId));
-  return step.error();
+  return RunScript(root, {{progid, "", entry.display_name},
+                          {progid + "\\CLSID", "", clsid},
+                          {independent, "", entry.display_name},
+                          {independent + "\\CLSID", "", clsid},
+                          {independent + "\\CurVer", "", progid},
+                          {key, "", entry.display_name},
+                          {key, "AppID", kAppId},
+                          {key + "\\ProgID", "", progid},
+                          {key + "\\VersionIndependentProgID", "", independent},
+                          {key + "\\Programmable", "", std::nullopt},
+                          {key + "\\InprocServer32", "", path},
+                          {key + "\\InprocServer32", "ThreadingModel", "Free"},
+                          {key + "\\TypeLib", "", kTypeLibId}});
 }
 
 // Removal keeps going past a failure and reports the first one.
 long UnregisterClass(ClassesRootWriter& root, const ClassEntry& entry) {
-  Steps step;
+  FirstFailure step;
   step(root.DeleteTree(entry.progid));
   step(root.DeleteTree(entry.version_independent_progid));
   step(root.DeleteTree("CLSID\\" + ClassIdText(entry)));
@@ -119,7 +135,7 @@ HRESULT RegisterServer() {
 
 HRESULT UnregisterServer() {
   ClassesRootWriter root(platform::DefaultSettingsStore());
-  Steps step;
+  FirstFailure step;
   for (const ClassEntry& entry : ClassTable()) step(UnregisterClass(root, entry));
   step(root.DeleteTree(std::string("AppID\\") + kAppId));
   step(root.DeleteTree("AppID\\Vantrel.DLL"));

@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/win32_errors.h"
+
 namespace vantrel::platform {
 
 class FileReader {
@@ -16,7 +18,7 @@ class FileReader {
   // Reads up to `capacity` bytes into `buffer`; `*read` is 0 at the end of
   // the file. A Windows error number on failure. Blocks on the file; one
   // thread at a time.
-  virtual long Read(void* buffer, size_t capacity, size_t* read) = 0;
+  virtual PlatformResult Read(void* buffer, size_t capacity, size_t* read) = 0;
   // The file's size when it was opened.
   virtual uint64_t size() const = 0;
 };
@@ -25,6 +27,6 @@ class FileReader {
 // error number (kErrorFileNotFound, kErrorPathNotFound, kErrorAccessDenied,
 // kErrorSharingViolation ...) when it cannot be opened or is not a regular
 // file; on success `reader` is set. Any thread.
-long OpenFileReader(const std::string& path, std::unique_ptr<FileReader>* reader);
+PlatformResult OpenFileReader(const std::string& path, std::unique_ptr<FileReader>* reader);
 
 }  // namespace vantrel::platform

@@ -17,7 +17,7 @@ class PosixFileReader : public FileReader {
   PosixFileReader(int fd, uint64_t size) : fd_(fd), size_(size) {}
   ~PosixFileReader() override { close(fd_); }
 
-  long Read(void* buffer, size_t capacity, size_t* read) override {
+  PlatformResult Read(void* buffer, size_t capacity, size_t* read) override {
     *read = 0;
     for (;;) {
       const ssize_t got = ::read(fd_, buffer, capacity);
@@ -38,7 +38,7 @@ class PosixFileReader : public FileReader {
 
 }  // namespace
 
-long OpenFileReader(const std::string& path, std::unique_ptr<FileReader>* reader) {
+PlatformResult OpenFileReader(const std::string& path, std::unique_ptr<FileReader>* reader) {
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return LastPlatformError();
   struct stat info {};

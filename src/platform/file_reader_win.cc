@@ -12,7 +12,7 @@ class WinFileReader : public FileReader {
   WinFileReader(HANDLE file, uint64_t size) : file_(file), size_(size) {}
   ~WinFileReader() override { CloseHandle(file_); }
 
-  long Read(void* buffer, size_t capacity, size_t* read) override {
+  PlatformResult Read(void* buffer, size_t capacity, size_t* read) override {
     // ReadFile takes a 32-bit count; a larger buffer is filled by further calls.
     const DWORD asked = capacity > 0x40000000u ? 0x40000000u : static_cast<DWORD>(capacity);
     DWORD got = 0;
@@ -31,7 +31,7 @@ class WinFileReader : public FileReader {
 
 }  // namespace
 
-long OpenFileReader(const std::string& path, std::unique_ptr<FileReader>* reader) {
+PlatformResult OpenFileReader(const std::string& path, std::unique_ptr<FileReader>* reader) {
   const HANDLE file =
       CreateFileW(Widen(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);

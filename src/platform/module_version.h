@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include "platform/win32_errors.h"
 
 namespace vantrel::platform {
 
@@ -15,9 +16,11 @@ struct ModuleVersionInfo {
   std::string build_date;  // the "Build Date" text
 };
 
-// 0 with `info` filled (has_table false when the module has none), or the
-// error of a file that cannot be read. Any thread.
-long ReadModuleVersion(const std::string& path, ModuleVersionInfo* info);
+// 0 with `info` filled; has_table is false when the module has no version
+// table, has one that cannot be queried, or cannot be opened at all. An error
+// only for a module that opens but whose table cannot be read (14 when its
+// buffer cannot be allocated). Any thread.
+PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* info);
 
 // Whether the module must run in another process: on Windows when this is a
 // 32-bit process on 64-bit Windows (asked once per process), on Linux when

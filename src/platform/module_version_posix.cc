@@ -11,6 +11,7 @@ namespace {
 // Modules are read whole; anything larger is not a driver module.
 constexpr std::streamoff kLargestModule = 512 << 20;
 
+// A file that cannot be opened is reported as kErrorFileNotFound.
 long ReadFacts(const std::string& path, bool* is_elf, ElfModuleFacts* facts) {
   std::ifstream file(path, std::ios::binary | std::ios::ate);
   if (!file) return kErrorFileNotFound;
@@ -36,11 +37,15 @@ const ElfModuleFacts& OwnFacts() {
 
 }  // namespace
 
-long ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
+PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
   *info = ModuleVersionInfo{};
   ElfModuleFacts facts;
   bool is_elf = false;
-  if (const long error = ReadFacts(path, &is_elf, &facts)) return error;
+  const long error = ReadFacts(path, &is_elf, &facts);
+  // A module that cannot be opened has no table; one that cannot be read
+  // whole is an error.
+  if (error == kErrorFileNotFound) return kErrorSuccess;
+  if (error != kErrorSuccess) return error;
   if (!is_elf || !facts.has_version_table) return kErrorSuccess;
   const auto fields = ParseDottedVersion(VersionText(facts, "FileVersion"));
   if (!fields) return kErrorSuccess;

@@ -27,17 +27,14 @@ bool IsWow64() {
 
 }  // namespace
 
-long ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
+PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* info) {
   *info = ModuleVersionInfo{};
   const std::wstring wide = Widen(path);
   DWORD ignored = 0;
   const DWORD size = GetFileVersionInfoSizeW(wide.c_str(), &ignored);
-  if (size == 0) {
-    const DWORD error = GetLastError();
-    // A module without a version resource is no error.
-    if (GetFileAttributesW(wide.c_str()) != INVALID_FILE_ATTRIBUTES) return kErrorSuccess;
-    return error != 0 ? static_cast<long>(error) : kErrorFileNotFound;
-  }
+  // No size, whether the file lacks a version resource or is not there at
+  // all, means no table; only a block that cannot be read is an error.
+  if (size == 0) return kErrorSuccess;
   std::vector<BYTE> block;
   try {
     block.resize(size);

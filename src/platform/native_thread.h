@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include "platform/win32_errors.h"
 
 namespace vantrel::platform {
 
@@ -32,7 +33,7 @@ class NativeThread {
 
 // Starts `body` on a new thread with the default stack. Returns a Windows
 // error number; on success `thread` is set.
-long StartNativeThread(std::function<void()> body, std::unique_ptr<NativeThread>* thread);
+PlatformResult StartNativeThread(std::function<void()> body, std::unique_ptr<NativeThread>* thread);
 
 uint64_t CurrentThreadId();
 

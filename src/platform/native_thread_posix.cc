@@ -116,7 +116,8 @@ void PosixThread::Start(std::function<void()> body) {
 
 }  // namespace
 
-long StartNativeThread(std::function<void()> body, std::unique_ptr<NativeThread>* thread) {
+PlatformResult StartNativeThread(std::function<void()> body,
+                                 std::unique_ptr<NativeThread>* thread) {
   try {
     auto native = std::make_unique<PosixThread>(std::make_shared<ThreadState>());
     native->Start(std::move(body));

@@ -50,7 +50,8 @@ long StartFailure() {
 
 }  // namespace
 
-long StartNativeThread(std::function<void()> body, std::unique_ptr<NativeThread>* thread) {
+PlatformResult StartNativeThread(std::function<void()> body,
+                                 std::unique_ptr<NativeThread>* thread) {
   auto owned = std::make_unique<std::function<void()>>(std::move(body));
   unsigned id = 0;
   SetLastError(0);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include "platform/win32_errors.h"
 
 namespace vantrel::platform {
 
@@ -25,8 +26,8 @@ class ChildProcess {
 // Starts `program` with `args` (not including the program itself), sharing
 // the standard streams. Returns a Windows error number; on success `child`
 // is set.
-long StartProcess(const std::string& program, const std::vector<std::string>& args,
-                  std::unique_ptr<ChildProcess>* child);
+PlatformResult StartProcess(const std::string& program, const std::vector<std::string>& args,
+                            std::unique_ptr<ChildProcess>* child);
 
 // This process's id.
 uint64_t CurrentProcessId();

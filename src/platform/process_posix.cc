@@ -81,8 +81,8 @@ class PosixChildProcess : public ChildProcess {
 
 }  // namespace
 
-long StartProcess(const std::string& program, const std::vector<std::string>& args,
-                  std::unique_ptr<ChildProcess>* child) {
+PlatformResult StartProcess(const std::string& program, const std::vector<std::string>& args,
+                            std::unique_ptr<ChildProcess>* child) {
   std::vector<char*> argv;
   argv.push_back(const_cast<char*>(program.c_str()));
   for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));

@@ -77,8 +77,8 @@ HANDLE InheritableStdHandle(DWORD which) {
 
 }  // namespace
 
-long StartProcess(const std::string& program, const std::vector<std::string>& args,
-                  std::unique_ptr<ChildProcess>* child) {
+PlatformResult StartProcess(const std::string& program, const std::vector<std::string>& args,
+                            std::unique_ptr<ChildProcess>* child) {
   std::wstring line = CommandLine(program, args);
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;

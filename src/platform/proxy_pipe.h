@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include "platform/win32_errors.h"
 
 namespace vantrel::platform {
 
@@ -18,16 +19,16 @@ class PipeByteStream {
  public:
   virtual ~PipeByteStream() = default;
   // Writes all `size` bytes as one write; `*written` is what was taken.
-  virtual long Write(const void* bytes, size_t size, size_t* written) = 0;
+  virtual PlatformResult Write(const void* bytes, size_t size, size_t* written) = 0;
   // Reads `size` bytes, fewer only when the peer ended; `*read` is what came.
-  virtual long Read(void* bytes, size_t size, size_t* read) = 0;
+  virtual PlatformResult Read(void* bytes, size_t size, size_t* read) = 0;
 };
 
 class ProxyPipeServer : public PipeByteStream {
  public:
   // Waits at most kProxyConnectTimeoutMs for the host to open the client
   // end; kErrorTimeout when it did not.
-  virtual long Connect() = 0;
+  virtual PlatformResult Connect() = 0;
 };
 
 inline constexpr uint32_t kProxyConnectTimeoutMs = 10000;
@@ -37,16 +38,16 @@ inline constexpr uint32_t kProxyConnectTimeoutMs = 10000;
 std::string ProxyPipeName(uint64_t instance);
 
 // The server end of the pipe `name` (a name from ProxyPipeName).
-long CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* server);
+PlatformResult CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* server);
 
 // The client end, for the module host: waits up to kProxyConnectTimeoutMs for
 // the server end to exist.
-long OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* client);
+PlatformResult OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* client);
 
 // Starts the module host on `module_path`'s `entry` with `arguments`, hidden,
 // never waited for: Windows runs `RunDLL32.exe "PATH",ENTRY ARGS`; Linux runs
 // `vantrel-rundll` from the library's folder or its ../bin.
-long StartModuleHost(const std::string& module_path, const std::string& entry,
-                     const std::string& arguments);
+PlatformResult StartModuleHost(const std::string& module_path, const std::string& entry,
+                               const std::string& arguments);
 
 }  // namespace vantrel::platform

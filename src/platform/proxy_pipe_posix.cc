@@ -57,7 +57,7 @@ class SocketStream : public PipeByteStream {
     if (socket_ >= 0) close(socket_);
   }
 
-  long Write(const void* bytes, size_t size, size_t* written) override {
+  PlatformResult Write(const void* bytes, size_t size, size_t* written) override {
     *written = 0;
     const char* next = static_cast<const char*>(bytes);
     while (*written < size) {
@@ -69,7 +69,7 @@ class SocketStream : public PipeByteStream {
     return kErrorSuccess;
   }
 
-  long Read(void* bytes, size_t size, size_t* read) override {
+  PlatformResult Read(void* bytes, size_t size, size_t* read) override {
     *read = 0;
     char* next = static_cast<char*>(bytes);
     while (*read < size) {
@@ -94,7 +94,7 @@ class SocketServer : public ProxyPipeServer {
     unlink(path_.c_str());
   }
 
-  long Connect() override {
+  PlatformResult Connect() override {
     pollfd waiting{listener_, POLLIN, 0};
     const int ready = poll(&waiting, 1, kProxyConnectTimeoutMs);
     if (ready == 0) return kErrorTimeout;
@@ -117,13 +117,13 @@ class SocketServer : public ProxyPipeServer {
     return kErrorSuccess;
   }
 
-  long Write(const void* bytes, size_t size, size_t* written) override {
+  PlatformResult Write(const void* bytes, size_t size, size_t* written) override {
     *written = 0;
-    return stream_ ? stream_->Write(bytes, size, written) : kErrorInvalidHandle;
+    return stream_ ? stream_->Write(bytes, size, written) : PlatformResult(kErrorInvalidHandle);
   }
-  long Read(void* bytes, size_t size, size_t* read) override {
+  PlatformResult Read(void* bytes, size_t size, size_t* read) override {
     *read = 0;
-    return stream_ ? stream_->Read(bytes, size, read) : kErrorInvalidHandle;
+    return stream_ ? stream_->Read(bytes, size, read) : PlatformResult(kErrorInvalidHandle);
   }
 
  private:
@@ -142,7 +142,7 @@ std::string ModuleHostProgram() {
 
 }  // namespace
 
-long CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* server) {
+PlatformResult CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* server) {
   sockaddr_un address;
   if (const long error = SocketAddress(name, &address)) return error;
   const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -158,7 +158,7 @@ long CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* 
   return kErrorSuccess;
 }
 
-long OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* client) {
+PlatformResult OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* client) {
   sockaddr_un address;
   if (const long error = SocketAddress(name, &address)) return error;
   const uint64_t deadline = TickCount64() + kProxyConnectTimeoutMs;
@@ -176,8 +176,8 @@ long OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* cli
   }
 }
 
-long StartModuleHost(const std::string& module_path, const std::string& entry,
-                     const std::string& arguments) {
+PlatformResult StartModuleHost(const std::string& module_path, const std::string& entry,
+                               const std::string& arguments) {
   const std::string program = ModuleHostProgram();
   if (access(program.c_str(), X_OK) != 0) return kErrorFileNotFound;
   const std::string target = module_path + "," + entry;

@@ -47,7 +47,7 @@ class HandleStream : public ProxyPipeServer {
 
   // Listens without blocking, so that a host that never starts cannot hold
   // the caller for ever; a host that connected first is no error.
-  long Connect() override {
+  PlatformResult Connect() override {
     DWORD mode = PIPE_READMODE_MESSAGE | PIPE_NOWAIT;
     if (!SetNamedPipeHandleState(pipe_, &mode, nullptr, nullptr)) {
       ConnectNamedPipe(pipe_, nullptr);
@@ -71,7 +71,7 @@ class HandleStream : public ProxyPipeServer {
     return result;
   }
 
-  long Write(const void* bytes, size_t size, size_t* written) override {
+  PlatformResult Write(const void* bytes, size_t size, size_t* written) override {
     *written = 0;
     if (server_) WaitForPipe(pipe_, 0);
     DWORD done = 0;
@@ -83,7 +83,7 @@ class HandleStream : public ProxyPipeServer {
     return kErrorSuccess;
   }
 
-  long Read(void* bytes, size_t size, size_t* read) override {
+  PlatformResult Read(void* bytes, size_t size, size_t* read) override {
     *read = 0;
     if (server_) WaitForPipe(pipe_, static_cast<DWORD>(size));
     char* next = static_cast<char*>(bytes);
@@ -106,7 +106,7 @@ class HandleStream : public ProxyPipeServer {
 
 }  // namespace
 
-long CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* server) {
+PlatformResult CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* server) {
   const HANDLE pipe =
       CreateNamedPipeW(Widen(name).c_str(), PIPE_ACCESS_DUPLEX,
                        PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT, 255, kPipeBufferBytes,
@@ -116,7 +116,7 @@ long CreateProxyPipe(const std::string& name, std::unique_ptr<ProxyPipeServer>* 
   return kErrorSuccess;
 }
 
-long OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* client) {
+PlatformResult OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* client) {
   const std::wstring wide = Widen(name);
   const uint64_t deadline = TickCount64() + kProxyConnectTimeoutMs;
   for (;;) {
@@ -137,8 +137,8 @@ long OpenProxyPipe(const std::string& name, std::unique_ptr<PipeByteStream>* cli
   }
 }
 
-long StartModuleHost(const std::string& module_path, const std::string& entry,
-                     const std::string& arguments) {
+PlatformResult StartModuleHost(const std::string& module_path, const std::string& entry,
+                               const std::string& arguments) {
   std::wstring command =
       L"RunDLL32.exe \"" + Widen(module_path) + L"\"," + Widen(entry) + L" " + Widen(arguments);
   STARTUPINFOW startup{};

@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/win32_errors.h"
+
 namespace vantrel::platform {
 
 // Spooler error numbers beyond win32_errors.h.
@@ -198,10 +200,10 @@ class ChangeWatch {
   // batch (possibly with `discarded` set and no items); kErrorWaitTimeout
   // when nothing changed; kErrorPrintCancelled after Cancel. Blocks; one
   // waiting thread at a time, Cancel from any thread.
-  virtual long Wait(uint32_t timeout_ms, NotifyBatch* batch) = 0;
+  virtual PlatformResult Wait(uint32_t timeout_ms, NotifyBatch* batch) = 0;
   // The current values of every registered field (the refresh after a
   // discarded batch), and re-arms the watch.
-  virtual long Refresh(NotifyBatch* batch) = 0;
+  virtual PlatformResult Refresh(NotifyBatch* batch) = 0;
   // Wakes a waiter, and every later Wait, with kErrorPrintCancelled.
   virtual void Cancel() = 0;
 };
@@ -215,45 +217,47 @@ class SpoolerPrinter {
   // The access the open was granted.
   virtual uint32_t access() const = 0;
 
-  virtual long GetInfo2(PrinterInfo2* info) = 0;
-  virtual long GetInfo4(PrinterInfo4* info) = 0;
-  virtual long GetInfo5(PrinterInfo5* info) = 0;
-  virtual long GetInfo6(PrinterInfo6* info) = 0;
+  virtual PlatformResult GetInfo2(PrinterInfo2* info) = 0;
+  virtual PlatformResult GetInfo4(PrinterInfo4* info) = 0;
+  virtual PlatformResult GetInfo5(PrinterInfo5* info) = 0;
+  virtual PlatformResult GetInfo6(PrinterInfo6* info) = 0;
   // Writes the whole record (only the fields a level-2 write may change:
   // share name, port, comment, location, attributes, priorities, times).
   // kErrorAccessDenied without administer access, kErrorUnknownPort for a
   // port the spooler does not know, kErrorInvalidShareName.
-  virtual long SetInfo2(const PrinterInfo2& info) = 0;
-  virtual long Control(PrinterControl command) = 0;
+  virtual PlatformResult SetInfo2(const PrinterInfo2& info) = 0;
+  virtual PlatformResult Control(PrinterControl command) = 0;
 
   // Up to `count` jobs from position `first` (0-based), in queue order.
-  virtual long EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) = 0;
+  virtual PlatformResult EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) = 0;
   // The job ids only (level 1/3 enumeration).
-  virtual long EnumJobIds(std::vector<uint32_t>* ids) = 0;
+  virtual PlatformResult EnumJobIds(std::vector<uint32_t>* ids) = 0;
   // kErrorInvalidParameter for a job this printer does not hold.
-  virtual long GetJob(uint32_t job_id, JobInfo2* job) = 0;
-  virtual long ControlJob(uint32_t job_id, JobControl command) = 0;
+  virtual PlatformResult GetJob(uint32_t job_id, JobInfo2* job) = 0;
+  virtual PlatformResult ControlJob(uint32_t job_id, JobControl command) = 0;
   // Writes priority, position, notify name, document, start and until time.
-  virtual long SetJob2(uint32_t job_id, const JobInfo2& job) = 0;
+  virtual PlatformResult SetJob2(uint32_t job_id, const JobInfo2& job) = 0;
 
   // A value of the printer's data (GetPrinterData) or, with a key, of that
   // key (GetPrinterDataEx). kErrorFileNotFound when it does not exist.
-  virtual long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) = 0;
-  virtual long GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
-                         std::vector<uint8_t>* data) = 0;
+  virtual PlatformResult GetData(std::string_view value_name, uint32_t* type,
+                                 std::vector<uint8_t>* data) = 0;
+  virtual PlatformResult GetDataEx(std::string_view key, std::string_view value_name,
+                                   uint32_t* type, std::vector<uint8_t>* data) = 0;
 
   // Registers for changes of this printer (or, on the server, of the
   // printer list). kErrorAccessDenied when notifications are refused.
-  virtual long WatchChanges(const NotifyFields& fields, std::unique_ptr<ChangeWatch>* watch) = 0;
+  virtual PlatformResult WatchChanges(const NotifyFields& fields,
+                                      std::unique_ptr<ChangeWatch>* watch) = 0;
 
   // A raw document: StartDoc gives the job id; Write may take fewer bytes than
   // offered (`written`); EndDoc submits it. One document at a time.
-  virtual long StartDoc(std::string_view document_name, std::string_view datatype,
-                        uint32_t* job_id) = 0;
-  virtual long StartPage() = 0;
-  virtual long Write(const void* bytes, uint32_t size, uint32_t* written) = 0;
-  virtual long EndPage() = 0;
-  virtual long EndDoc() = 0;
+  virtual PlatformResult StartDoc(std::string_view document_name, std::string_view datatype,
+                                  uint32_t* job_id) = 0;
+  virtual PlatformResult StartPage() = 0;
+  virtual PlatformResult Write(const void* bytes, uint32_t size, uint32_t* written) = 0;
+  virtual PlatformResult EndPage() = 0;
+  virtual PlatformResult EndDoc() = 0;
 };
 
 class Spooler {
@@ -263,13 +267,13 @@ class Spooler {
   // Opens a printer (an empty name opens the print server) with `access`.
   // kErrorInvalidPrinterName when there is no such printer, kErrorAccessDenied
   // when the access is refused.
-  virtual long Open(std::string_view name, uint32_t access,
-                    std::unique_ptr<SpoolerPrinter>* printer) = 0;
+  virtual PlatformResult Open(std::string_view name, uint32_t access,
+                              std::unique_ptr<SpoolerPrinter>* printer) = 0;
   // The printers matching `flags` (kEnumLocal | kEnumConnections is the
   // usual pair), in the spooler's order.
-  virtual long EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) = 0;
-  virtual long EnumPrinters4(uint32_t flags, std::vector<PrinterInfo4>* printers) = 0;
-  virtual long EnumPorts2(std::vector<PortInfo2>* ports) = 0;
+  virtual PlatformResult EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) = 0;
+  virtual PlatformResult EnumPrinters4(uint32_t flags, std::vector<PrinterInfo4>* printers) = 0;
+  virtual PlatformResult EnumPorts2(std::vector<PortInfo2>* ports) = 0;
 };
 
 // The process's spooler: the test override when set, else the platform's.

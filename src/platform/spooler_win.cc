@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "platform/two_call_read.h"
 #include "platform/wide_text_win.h"
 #include "platform/win32_errors.h"
 
@@ -20,17 +21,12 @@ namespace {
 
 std::string Text(const wchar_t* wide) { return wide != nullptr ? Narrow(wide) : std::string(); }
 
-// The spooler's two-call pattern: ask for the size, then read; only the
-// insufficient-buffer answer continues.
+// The two-call read with the system's last error; `minimum` is the size of
+// the record read from the buffer (0 for enumerations).
 template <typename Call>
-long ReadSized(std::vector<BYTE>* buffer, Call call) {
-  DWORD needed = 0;
-  if (call(nullptr, 0, &needed)) return kErrorSuccess;
-  DWORD error = GetLastError();
-  if (error != ERROR_INSUFFICIENT_BUFFER) return static_cast<long>(error);
-  buffer->assign(needed, 0);
-  if (!call(buffer->data(), needed, &needed)) return static_cast<long>(GetLastError());
-  return kErrorSuccess;
+PlatformResult ReadSized(std::vector<BYTE>* buffer, size_t minimum, Call call) {
+  return ReadTwoCalls<DWORD>(buffer, minimum, call,
+                             [] { return static_cast<long>(GetLastError()); });
 }
 
 PrinterInfo2 FromInfo2(const PRINTER_INFO_2W& p) {
@@ -159,7 +155,7 @@ class WinWatch : public ChangeWatch {
     CloseHandle(cancel_);
   }
 
-  long Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
+  PlatformResult Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
     HANDLE handles[2] = {change_, cancel_};
     const DWORD which = WaitForMultipleObjects(2, handles, FALSE, timeout_ms);
     if (which == WAIT_OBJECT_0 + 1) return kErrorPrintCancelled;
@@ -167,7 +163,9 @@ class WinWatch : public ChangeWatch {
     if (which != WAIT_OBJECT_0) return static_cast<long>(GetLastError());
     return Next(0, batch);
   }
-  long Refresh(NotifyBatch* batch) override { return Next(PRINTER_NOTIFY_OPTIONS_REFRESH, batch); }
+  PlatformResult Refresh(NotifyBatch* batch) override {
+    return Next(PRINTER_NOTIFY_OPTIONS_REFRESH, batch);
+  }
   void Cancel() override { SetEvent(cancel_); }
 
  private:
@@ -196,14 +194,14 @@ class WinPrinter : public SpoolerPrinter {
 
   uint32_t access() const override { return access_; }
 
-  long GetInfo2(PrinterInfo2* info) override {
+  PlatformResult GetInfo2(PrinterInfo2* info) override {
     std::vector<BYTE> buffer;
     const long error = Read(2, &buffer);
     if (error == kErrorSuccess)
       *info = FromInfo2(*reinterpret_cast<PRINTER_INFO_2W*>(buffer.data()));
     return error;
   }
-  long GetInfo4(PrinterInfo4* info) override {
+  PlatformResult GetInfo4(PrinterInfo4* info) override {
     std::vector<BYTE> buffer;
     const long error = Read(4, &buffer);
     if (error != kErrorSuccess) return error;
@@ -211,7 +209,7 @@ class WinPrinter : public SpoolerPrinter {
     *info = {Text(p.pPrinterName), Text(p.pServerName), p.Attributes};
     return kErrorSuccess;
   }
-  long GetInfo5(PrinterInfo5* info) override {
+  PlatformResult GetInfo5(PrinterInfo5* info) override {
     std::vector<BYTE> buffer;
     const long error = Read(5, &buffer);
     if (error != kErrorSuccess) return error;
@@ -220,7 +218,7 @@ class WinPrinter : public SpoolerPrinter {
              p.TransmissionRetryTimeout};
     return kErrorSuccess;
   }
-  long GetInfo6(PrinterInfo6* info) override {
+  PlatformResult GetInfo6(PrinterInfo6* info) override {
     std::vector<BYTE> buffer;
     const long error = Read(6, &buffer);
     if (error == kErrorSuccess)
@@ -228,7 +226,7 @@ class WinPrinter : public SpoolerPrinter {
     return error;
   }
 
-  long SetInfo2(const PrinterInfo2& info) override {
+  PlatformResult SetInfo2(const PrinterInfo2& info) override {
     std::vector<BYTE> buffer;
     long error = Read(2, &buffer);
     if (error != kErrorSuccess) return error;
@@ -251,16 +249,16 @@ class WinPrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long Control(PrinterControl command) override {
+  PlatformResult Control(PrinterControl command) override {
     if (!SetPrinterW(handle_, 0, nullptr, static_cast<DWORD>(command)))
       return static_cast<long>(GetLastError());
     return kErrorSuccess;
   }
 
-  long EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
+  PlatformResult EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
-    const long error = ReadSized(&buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    const long error = ReadSized(&buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumJobsW(handle_, first, count, 2, data, size, needed, &returned) != FALSE;
     });
     if (error != kErrorSuccess) return error;
@@ -269,10 +267,10 @@ class WinPrinter : public SpoolerPrinter {
     for (DWORD i = 0; i < returned; ++i) jobs->push_back(FromJob2(records[i]));
     return kErrorSuccess;
   }
-  long EnumJobIds(std::vector<uint32_t>* ids) override {
+  PlatformResult EnumJobIds(std::vector<uint32_t>* ids) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
-    const long error = ReadSized(&buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    const long error = ReadSized(&buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumJobsW(handle_, 0, 0xFFFFFFFF, 1, data, size, needed, &returned) != FALSE;
     });
     if (error != kErrorSuccess) return error;
@@ -281,18 +279,18 @@ class WinPrinter : public SpoolerPrinter {
     for (DWORD i = 0; i < returned; ++i) ids->push_back(records[i].JobId);
     return kErrorSuccess;
   }
-  long GetJob(uint32_t job_id, JobInfo2* job) override {
+  PlatformResult GetJob(uint32_t job_id, JobInfo2* job) override {
     std::vector<BYTE> buffer;
     const long error = ReadJob(job_id, &buffer);
     if (error == kErrorSuccess) *job = FromJob2(*reinterpret_cast<JOB_INFO_2W*>(buffer.data()));
     return error;
   }
-  long ControlJob(uint32_t job_id, JobControl command) override {
+  PlatformResult ControlJob(uint32_t job_id, JobControl command) override {
     if (!SetJobW(handle_, job_id, 0, nullptr, static_cast<DWORD>(command)))
       return static_cast<long>(GetLastError());
     return kErrorSuccess;
   }
-  long SetJob2(uint32_t job_id, const JobInfo2& info) override {
+  PlatformResult SetJob2(uint32_t job_id, const JobInfo2& info) override {
     std::vector<BYTE> buffer;
     const long error = ReadJob(job_id, &buffer);
     if (error != kErrorSuccess) return error;
@@ -309,22 +307,24 @@ class WinPrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) override {
+  PlatformResult GetData(std::string_view value_name, uint32_t* type,
+                         std::vector<uint8_t>* data) override {
     const std::wstring name = Widen(value_name);
     return ReadData(type, data, [&](DWORD* kind, BYTE* bytes, DWORD size, DWORD* needed) {
       return GetPrinterDataW(handle_, const_cast<wchar_t*>(name.c_str()), kind, bytes, size,
                              needed);
     });
   }
-  long GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
-                 std::vector<uint8_t>* data) override {
+  PlatformResult GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
+                           std::vector<uint8_t>* data) override {
     const std::wstring key_name = Widen(key), name = Widen(value_name);
     return ReadData(type, data, [&](DWORD* kind, BYTE* bytes, DWORD size, DWORD* needed) {
       return GetPrinterDataExW(handle_, key_name.c_str(), name.c_str(), kind, bytes, size, needed);
     });
   }
 
-  long WatchChanges(const NotifyFields& fields, std::unique_ptr<ChangeWatch>* watch) override {
+  PlatformResult WatchChanges(const NotifyFields& fields,
+                              std::unique_ptr<ChangeWatch>* watch) override {
     std::vector<WORD> printer(fields.printer_fields.begin(), fields.printer_fields.end());
     std::vector<WORD> job(fields.job_fields.begin(), fields.job_fields.end());
     PRINTER_NOTIFY_OPTIONS_TYPE types[2] = {};
@@ -342,8 +342,8 @@ class WinPrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long StartDoc(std::string_view document_name, std::string_view datatype,
-                uint32_t* job_id) override {
+  PlatformResult StartDoc(std::string_view document_name, std::string_view datatype,
+                          uint32_t* job_id) override {
     std::wstring name = Widen(document_name), type = Widen(datatype.empty() ? "RAW" : datatype);
     DOC_INFO_1W doc{name.data(), nullptr, type.data()};
     const DWORD id = StartDocPrinterW(handle_, 1, reinterpret_cast<BYTE*>(&doc));
@@ -351,27 +351,39 @@ class WinPrinter : public SpoolerPrinter {
     *job_id = id;
     return kErrorSuccess;
   }
-  long StartPage() override { return Result(StartPagePrinter(handle_)); }
-  long EndPage() override { return Result(EndPagePrinter(handle_)); }
-  long Write(const void* bytes, uint32_t size, uint32_t* written) override {
+  PlatformResult StartPage() override { return Result(StartPagePrinter(handle_)); }
+  PlatformResult EndPage() override { return Result(EndPagePrinter(handle_)); }
+  PlatformResult Write(const void* bytes, uint32_t size, uint32_t* written) override {
     DWORD done = 0;
     if (!WritePrinter(handle_, const_cast<void*>(bytes), size, &done))
       return static_cast<long>(GetLastError());
     *written = done;
     return kErrorSuccess;
   }
-  long EndDoc() override { return Result(EndDocPrinter(handle_)); }
+  PlatformResult EndDoc() override { return Result(EndDocPrinter(handle_)); }
 
  private:
   static long Result(BOOL ok) { return ok ? kErrorSuccess : static_cast<long>(GetLastError()); }
 
-  long Read(DWORD level, std::vector<BYTE>* buffer) {
-    return ReadSized(buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+  static size_t RecordSize(DWORD level) {
+    switch (level) {
+      case 2:
+        return sizeof(PRINTER_INFO_2W);
+      case 4:
+        return sizeof(PRINTER_INFO_4W);
+      case 5:
+        return sizeof(PRINTER_INFO_5W);
+      default:
+        return sizeof(PRINTER_INFO_6);
+    }
+  }
+  PlatformResult Read(DWORD level, std::vector<BYTE>* buffer) {
+    return ReadSized(buffer, RecordSize(level), [&](BYTE* data, DWORD size, DWORD* needed) {
       return GetPrinterW(handle_, level, data, size, needed) != FALSE;
     });
   }
   long ReadJob(uint32_t job_id, std::vector<BYTE>* buffer) {
-    return ReadSized(buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    return ReadSized(buffer, sizeof(JOB_INFO_2W), [&](BYTE* data, DWORD size, DWORD* needed) {
       return GetJobW(handle_, job_id, 2, data, size, needed) != FALSE;
     });
   }
@@ -398,8 +410,8 @@ class WinPrinter : public SpoolerPrinter {
 
 class WinSpooler : public Spooler {
  public:
-  long Open(std::string_view name, uint32_t access,
-            std::unique_ptr<SpoolerPrinter>* printer) override {
+  PlatformResult Open(std::string_view name, uint32_t access,
+                      std::unique_ptr<SpoolerPrinter>* printer) override {
     std::wstring wide = Widen(name);
     PRINTER_DEFAULTSW defaults{nullptr, nullptr, access};
     HANDLE handle = nullptr;
@@ -409,7 +421,7 @@ class WinSpooler : public Spooler {
     return kErrorSuccess;
   }
 
-  long EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) override {
+  PlatformResult EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
     const long error = Enum(flags, 2, &buffer, &returned);
@@ -419,7 +431,7 @@ class WinSpooler : public Spooler {
     for (DWORD i = 0; i < returned; ++i) printers->push_back(FromInfo2(records[i]));
     return kErrorSuccess;
   }
-  long EnumPrinters4(uint32_t flags, std::vector<PrinterInfo4>* printers) override {
+  PlatformResult EnumPrinters4(uint32_t flags, std::vector<PrinterInfo4>* printers) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
     const long error = Enum(flags, 4, &buffer, &returned);
@@ -431,10 +443,10 @@ class WinSpooler : public Spooler {
           {Text(records[i].pPrinterName), Text(records[i].pServerName), records[i].Attributes});
     return kErrorSuccess;
   }
-  long EnumPorts2(std::vector<PortInfo2>* ports) override {
+  PlatformResult EnumPorts2(std::vector<PortInfo2>* ports) override {
     std::vector<BYTE> buffer;
     DWORD returned = 0;
-    const long error = ReadSized(&buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    const long error = ReadSized(&buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumPortsW(nullptr, 2, data, size, needed, &returned) != FALSE;
     });
     if (error != kErrorSuccess) return error;
@@ -448,7 +460,7 @@ class WinSpooler : public Spooler {
 
  private:
   static long Enum(uint32_t flags, DWORD level, std::vector<BYTE>* buffer, DWORD* returned) {
-    return ReadSized(buffer, [&](BYTE* data, DWORD size, DWORD* needed) {
+    return ReadSized(buffer, 0, [&](BYTE* data, DWORD size, DWORD* needed) {
       return EnumPrintersW(flags, nullptr, level, data, size, needed, returned) != FALSE;
     });
   }

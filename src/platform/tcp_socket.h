@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include "platform/win32_errors.h"
 
 namespace vantrel::platform {
 
@@ -38,18 +39,19 @@ constexpr long kWsaNoData = 11004;
 // closes with CloseSocket. kWsaHostNotFound when the name does not resolve,
 // kWsaTimedOut, kWsaConnectionRefused, ... otherwise; `*socket` is then
 // kInvalidSocket.
-long ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms, SocketHandle* socket);
+PlatformResult ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
+                             SocketHandle* socket);
 
 // Sends all of `bytes`, waiting at most `timeout_ms` for each part to be
 // taken. kWsaTimedOut when the peer stops taking data; a closed connection
 // gives kWsaConnectionReset (never a signal).
-long SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms);
+PlatformResult SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms);
 
 // Receives what is there, up to `capacity` bytes, waiting at most
 // `timeout_ms` for the first byte. `*received` is 0 when the peer closed the
 // connection; kWsaTimedOut when nothing came in time.
-long ReceiveSome(SocketHandle socket, void* buffer, size_t capacity, uint32_t timeout_ms,
-                 size_t* received);
+PlatformResult ReceiveSome(SocketHandle socket, void* buffer, size_t capacity, uint32_t timeout_ms,
+                           size_t* received);
 
 // The liveness probe, without waiting: false when the handle is invalid, the
 // socket holds an error, it is in an exceptional state, or it is readable and
@@ -62,11 +64,12 @@ void CloseSocket(SocketHandle socket);
 
 // A listening socket on `host` (numeric address, "" for every address) and
 // `port` (0 picks a free port, reported in `*bound_port`).
-long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket, uint16_t* bound_port);
+PlatformResult ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
+                            uint16_t* bound_port);
 
 // Waits at most `timeout_ms` for a connection on a listening socket.
 // kWsaTimedOut when none came.
-long AcceptSocket(SocketHandle listener, uint32_t timeout_ms, SocketHandle* connection);
+PlatformResult AcceptSocket(SocketHandle listener, uint32_t timeout_ms, SocketHandle* connection);
 
 // The error's text for log lines ("Connection refused (10061)").
 std::string SocketErrorText(long error);

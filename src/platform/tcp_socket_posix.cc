@@ -93,8 +93,8 @@ long ConnectOne(const addrinfo& address, uint32_t timeout_ms, int* out) {
 
 }  // namespace
 
-long ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
-                   SocketHandle* socket) {
+PlatformResult ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
+                             SocketHandle* socket) {
   *socket = kInvalidSocket;
   addrinfo hints{};
   hints.ai_family = AF_UNSPEC;
@@ -117,7 +117,7 @@ long ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
   return error;
 }
 
-long SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms) {
+PlatformResult SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms) {
   const int fd = static_cast<int>(socket);
   while (!bytes.empty()) {
     const ssize_t sent = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -132,8 +132,8 @@ long SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms) {
   return 0;
 }
 
-long ReceiveSome(SocketHandle socket, void* buffer, size_t capacity, uint32_t timeout_ms,
-                 size_t* received) {
+PlatformResult ReceiveSome(SocketHandle socket, void* buffer, size_t capacity, uint32_t timeout_ms,
+                           size_t* received) {
   *received = 0;
   const int fd = static_cast<int>(socket);
   for (;;) {
@@ -170,8 +170,8 @@ void CloseSocket(SocketHandle socket) {
   if (socket != kInvalidSocket) close(static_cast<int>(socket));
 }
 
-long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
-                  uint16_t* bound_port) {
+PlatformResult ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
+                            uint16_t* bound_port) {
   *socket = kInvalidSocket;
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -196,7 +196,7 @@ long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
   return 0;
 }
 
-long AcceptSocket(SocketHandle listener, uint32_t timeout_ms, SocketHandle* connection) {
+PlatformResult AcceptSocket(SocketHandle listener, uint32_t timeout_ms, SocketHandle* connection) {
   *connection = kInvalidSocket;
   const int fd = static_cast<int>(listener);
   for (;;) {

@@ -70,8 +70,8 @@ long ConnectOne(const ADDRINFOW& address, uint32_t timeout_ms, SOCKET* out) {
 
 }  // namespace
 
-long ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
-                   SocketHandle* socket) {
+PlatformResult ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
+                             SocketHandle* socket) {
   *socket = kInvalidSocket;
   StartWinsockOnce();
   ADDRINFOW hints{};
@@ -97,7 +97,7 @@ long ConnectSocket(std::string_view host, uint16_t port, uint32_t timeout_ms,
   return error;
 }
 
-long SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms) {
+PlatformResult SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms) {
   const SOCKET s = AsSocket(socket);
   while (!bytes.empty()) {
     const int sent = send(s, bytes.data(), static_cast<int>(bytes.size()), 0);
@@ -112,8 +112,8 @@ long SendAll(SocketHandle socket, std::string_view bytes, uint32_t timeout_ms) {
   return 0;
 }
 
-long ReceiveSome(SocketHandle socket, void* buffer, size_t capacity, uint32_t timeout_ms,
-                 size_t* received) {
+PlatformResult ReceiveSome(SocketHandle socket, void* buffer, size_t capacity, uint32_t timeout_ms,
+                           size_t* received) {
   *received = 0;
   const SOCKET s = AsSocket(socket);
   const int size = capacity > 0x7FFFFFFF ? 0x7FFFFFFF : static_cast<int>(capacity);
@@ -159,8 +159,8 @@ void CloseSocket(SocketHandle socket) {
   if (socket != kInvalidSocket) closesocket(AsSocket(socket));
 }
 
-long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
-                  uint16_t* bound_port) {
+PlatformResult ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
+                            uint16_t* bound_port) {
   *socket = kInvalidSocket;
   StartWinsockOnce();
   sockaddr_in address{};
@@ -185,7 +185,7 @@ long ListenSocket(std::string_view host, uint16_t port, SocketHandle* socket,
   return 0;
 }
 
-long AcceptSocket(SocketHandle listener, uint32_t timeout_ms, SocketHandle* connection) {
+PlatformResult AcceptSocket(SocketHandle listener, uint32_t timeout_ms, SocketHandle* connection) {
   *connection = kInvalidSocket;
   const SOCKET s = AsSocket(listener);
   if (const long waited = WaitFor(s, false, timeout_ms); waited != 0) return waited;

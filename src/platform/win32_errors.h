@@ -7,6 +7,23 @@
 
 namespace vantrel::platform {
 
+// What a platform call answers: 0 or a Windows error number. A call whose
+// answer is dropped does not compile (-Werror), so an error cannot be lost
+// by accident; a deliberate drop says so with IgnoreResult. It converts to
+// and from long, so `if (const long error = Call())` and `return error;`
+// read as before.
+class [[nodiscard]] PlatformResult {
+ public:
+  constexpr PlatformResult(long error = 0) : error_(error) {}  // NOLINT: implicit by design
+  constexpr operator long() const { return error_; }           // NOLINT: implicit by design
+
+ private:
+  long error_;
+};
+
+// Drops a platform call's answer on purpose; the caller says why beside it.
+constexpr void IgnoreResult(PlatformResult) {}
+
 constexpr long kErrorSuccess = 0;
 constexpr long kErrorFileNotFound = 2;
 constexpr long kErrorPathNotFound = 3;

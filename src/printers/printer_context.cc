@@ -117,7 +117,7 @@ void PrinterContext::ChangeQuietly(Change change) {
   PrinterInfo2 record;
   if (!handle_ || handle_->GetInfo2(&record) != kErrorSuccess) return;
   change(record);
-  handle_->SetInfo2(record);  // a refused change is not reported
+  platform::IgnoreResult(handle_->SetInfo2(record));  // a refused change is not reported
 }
 
 void PrinterContext::SetComment(const std::string& comment) {
@@ -139,7 +139,8 @@ void PrinterContext::SetUntilTime(uint32_t minutes) {
 void PrinterContext::SetPortName(const std::string& port) {
   OLock lock(lock_);
   PrinterInfo2 record;
-  long error = handle_ ? handle_->GetInfo2(&record) : platform::kErrorInvalidHandle;
+  long error = handle_ ? handle_->GetInfo2(&record)
+                       : platform::PlatformResult(platform::kErrorInvalidHandle);
   if (error != kErrorSuccess) ThrowSpoolerError("GetPrinter", error);
   record.port_name = port;
   error = handle_->SetInfo2(record);
@@ -165,19 +166,21 @@ void PrinterContext::SetShareName(const std::string& share_name) {
 void PrinterContext::SetShared(bool on) {
   OLock lock(lock_);
   PrinterInfo2 record;
-  long error = handle_ ? handle_->GetInfo2(&record) : platform::kErrorInvalidHandle;
+  // A record that cannot be read is neither shared nor named, as the getters
+  // answer: turning sharing off is then nothing to do, and sharing it under
+  // its own empty name ends where SetShareName's read fails. Either way, quietly.
+  if (!handle_ || handle_->GetInfo2(&record) != kErrorSuccess) return;
   const bool shared = (record.attributes & platform::kPrinterAttributeShared) != 0;
-  if (error == kErrorSuccess && shared == on) return;
-  if (error == kErrorSuccess && on && record.share_name.empty()) {
+  if (shared == on) return;
+  if (on && record.share_name.empty()) {
     SetShareName(WithoutDeletionSuffix(record));  // shared under its own name
     return;
   }
-  if (error != kErrorSuccess) ThrowSpoolerError("GetPrinter", error);
   if (on)
     record.attributes |= platform::kPrinterAttributeShared;
   else
     record.attributes &= ~platform::kPrinterAttributeShared;  // the share name stays
-  error = handle_->SetInfo2(record);
+  const long error = handle_->SetInfo2(record);
   if (error != kErrorSuccess) ThrowSpoolerError("SetPrinter", error);
 }
 

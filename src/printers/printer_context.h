@@ -58,7 +58,9 @@ class PrinterContext {
   void SetPortName(const std::string& port);
   // A non-empty name shares the printer, an empty one unshares it.
   void SetShareName(const std::string& share_name);
-  // Sharing a printer with no share name shares it under its own name.
+  // Sharing a printer with no share name shares it under its own name. A
+  // record that cannot be read changes nothing and is not reported; a
+  // refused write is, as for SetShareName.
   void SetShared(bool on);
   // Refusals are not reported.
   void SetComment(const std::string& comment);

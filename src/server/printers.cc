@@ -1,5 +1,7 @@
 #include "server/printers.h"
 
+#include <algorithm>
+
 #include "frame/class_table.h"
 #include "frame/enumerator.h"
 #include "frame/ole_string.h"
@@ -121,25 +123,36 @@ STDMETHODIMP Printers::Add(VARIANT argPrinter) {
 }
 
 STDMETHODIMP Printers::Remove(VARIANT argPrinter) {
-  std::string name;
-  if (V_VT(&argPrinter) == VT_BSTR) {
-    name = frame::BstrToUtf8(V_BSTR(&argPrinter));
-  } else if (const auto printer = PrinterOf(argPrinter)) {
-    name = NameOf(printer.Get());
-  } else {
-    return Member("Printers::Remove", [] { frame::Throw(frame::kInvalidArgument); });
-  }
-  const size_t position = FindByName(Snapshot(), name);
-  if (position == std::string::npos) return E_INVALIDARG;  // no text, by design
-  frame::ComPtr<IPrinter> removed;
-  {
-    OLock hold(critical_section());
-    if (position < elements_.size()) {
-      removed = elements_[position];
-      elements_.erase(elements_.begin() + static_cast<ptrdiff_t>(position));
+  HRESULT not_found = S_OK;
+  const HRESULT hr = Member("Printers::Remove", [&] {
+    std::string name;
+    if (V_VT(&argPrinter) == VT_BSTR) {
+      name = frame::BstrToUtf8(V_BSTR(&argPrinter));
+    } else if (const auto printer = PrinterOf(argPrinter)) {
+      name = NameOf(printer.Get());
+    } else {
+      frame::Throw(frame::kInvalidArgument);
     }
-  }
-  return S_OK;  // `removed` is released here, outside the lock
+    const Elements elements = Snapshot();
+    const size_t position = FindByName(elements, name);
+    // An unknown name fails with no text for the client.
+    if (position == std::string::npos || !Erase(elements[position].Get())) not_found = E_INVALIDARG;
+  });
+  return FAILED(hr) ? hr : not_found;
+}
+
+bool Printers::Erase(IPrinter* printer) {
+  frame::ComPtr<IPrinter> removed;  // released after the lock, outside it
+  OLock hold(critical_section());
+  // By identity: the names were read without the lock, so positions may
+  // have moved since.
+  const auto found =
+      std::find_if(elements_.begin(), elements_.end(),
+                   [printer](const auto& element) { return element.Get() == printer; });
+  if (found == elements_.end()) return false;
+  removed = std::move(*found);
+  elements_.erase(found);
+  return true;
 }
 
 STDMETHODIMP Printers::RemoveAll() {

@@ -32,6 +32,9 @@ class Printers : public frame::AutomationObject<IPrintersStubs, IID_IPrinters, C
   Elements Snapshot();
   // The position of the first element named `name`, or npos.
   static size_t FindByName(const Elements& elements, const std::string& name);
+  // Takes the first element that is `printer` itself out of the collection;
+  // false when another thread took it first.
+  bool Erase(IPrinter* printer);
 
   Elements elements_ GUARDED_BY(critical_section());
 };

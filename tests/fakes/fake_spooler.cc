@@ -34,7 +34,7 @@ class FakeSpooler::Watch : public ChangeWatch {
     all.erase(std::remove(all.begin(), all.end(), this), all.end());
   }
 
-  long Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
+  PlatformResult Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
     spooler_->Count("Wait");
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
     MutexLock lock(spooler_->mutex_);
@@ -52,7 +52,7 @@ class FakeSpooler::Watch : public ChangeWatch {
     return kErrorSuccess;
   }
 
-  long Refresh(NotifyBatch* batch) override {
+  PlatformResult Refresh(NotifyBatch* batch) override {
     spooler_->Count("Refresh");
     MutexLock lock(spooler_->mutex_);
     Printer* p = spooler_->FindLocked(printer_);
@@ -148,34 +148,36 @@ class FakePrinter : public SpoolerPrinter {
 
   uint32_t access() const override { return access_; }
 
-  long GetInfo2(PrinterInfo2* info) override {
+  PlatformResult GetInfo2(PrinterInfo2* info) override {
     return Read("GetInfo2", [&](FakeSpooler::Printer& p) {
       *info = p.info;
       info->jobs = static_cast<uint32_t>(p.jobs.size());
     });
   }
-  long GetInfo4(PrinterInfo4* info) override {
+  PlatformResult GetInfo4(PrinterInfo4* info) override {
     return Read("GetInfo4", [&](FakeSpooler::Printer& p) {
       *info = {p.info.printer_name, p.info.server_name, p.info.attributes};
     });
   }
-  long GetInfo5(PrinterInfo5* info) override {
+  PlatformResult GetInfo5(PrinterInfo5* info) override {
     return Read("GetInfo5", [&](FakeSpooler::Printer& p) {
       *info = {p.info.printer_name, p.info.port_name, p.info.attributes, 15000, 45000};
     });
   }
-  long GetInfo6(PrinterInfo6* info) override {
+  PlatformResult GetInfo6(PrinterInfo6* info) override {
     return Read("GetInfo6", [&](FakeSpooler::Printer& p) { info->status = p.info.status; });
   }
 
-  long SetInfo2(const PrinterInfo2& info) override {
+  PlatformResult SetInfo2(const PrinterInfo2& info) override {
     spooler_->Count("SetInfo2");
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
     if (p == nullptr) return kErrorInvalidHandle;
     if ((access_ & kPrinterAccessAdminister) == 0 || p->deny_admin) return kErrorAccessDenied;
     if (!spooler_->ports_.count(info.port_name)) return kErrorUnknownPort;
-    if (info.share_name.find_first_of("/\\,") != std::string::npos) return kErrorInvalidShareName;
+    if (info.share_name.find_first_of("/\\,") != std::string::npos ||
+        spooler_->ShareNameTakenLocked(info.share_name, name_))
+      return kErrorInvalidShareName;
     PrinterInfo2 before = p->info;
     PrinterInfo2& now = p->info;
     now.share_name = info.share_name;
@@ -199,7 +201,7 @@ class FakePrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long Control(PrinterControl command) override {
+  PlatformResult Control(PrinterControl command) override {
     spooler_->Count("Control");
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
@@ -223,7 +225,7 @@ class FakePrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
+  PlatformResult EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
     return Read(
         "EnumJobs",
         [&](FakeSpooler::Printer& p) {
@@ -233,7 +235,7 @@ class FakePrinter : public SpoolerPrinter {
         },
         /*record=*/false);
   }
-  long EnumJobIds(std::vector<uint32_t>* ids) override {
+  PlatformResult EnumJobIds(std::vector<uint32_t>* ids) override {
     return Read(
         "EnumJobIds",
         [&](FakeSpooler::Printer& p) {
@@ -242,7 +244,7 @@ class FakePrinter : public SpoolerPrinter {
         },
         false);
   }
-  long GetJob(uint32_t job_id, JobInfo2* job) override {
+  PlatformResult GetJob(uint32_t job_id, JobInfo2* job) override {
     long result = kErrorInvalidParameter;
     long read = Read(
         "GetJob",
@@ -253,7 +255,7 @@ class FakePrinter : public SpoolerPrinter {
     return read != kErrorSuccess ? read : result;
   }
 
-  long ControlJob(uint32_t job_id, JobControl command) override {
+  PlatformResult ControlJob(uint32_t job_id, JobControl command) override {
     spooler_->Count("ControlJob");
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
@@ -282,7 +284,7 @@ class FakePrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long SetJob2(uint32_t job_id, const JobInfo2& info) override {
+  PlatformResult SetJob2(uint32_t job_id, const JobInfo2& info) override {
     spooler_->Count("SetJob2");
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
@@ -299,11 +301,12 @@ class FakePrinter : public SpoolerPrinter {
     return kErrorSuccess;
   }
 
-  long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) override {
+  PlatformResult GetData(std::string_view value_name, uint32_t* type,
+                         std::vector<uint8_t>* data) override {
     return GetDataEx("", value_name, type, data);
   }
-  long GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
-                 std::vector<uint8_t>* data) override {
+  PlatformResult GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
+                           std::vector<uint8_t>* data) override {
     long result = kErrorFileNotFound;
     long read = Read(
         "GetData",
@@ -318,14 +321,15 @@ class FakePrinter : public SpoolerPrinter {
     return read != kErrorSuccess ? read : result;
   }
 
-  long WatchChanges(const NotifyFields& fields, std::unique_ptr<ChangeWatch>* watch) override {
+  PlatformResult WatchChanges(const NotifyFields& fields,
+                              std::unique_ptr<ChangeWatch>* watch) override {
     spooler_->Count("WatchChanges");
     *watch = std::make_unique<FakeSpooler::Watch>(spooler_, name_, fields);
     return kErrorSuccess;
   }
 
-  long StartDoc(std::string_view document_name, std::string_view datatype,
-                uint32_t* job_id) override {
+  PlatformResult StartDoc(std::string_view document_name, std::string_view datatype,
+                          uint32_t* job_id) override {
     spooler_->Count("StartDoc");
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
@@ -348,9 +352,9 @@ class FakePrinter : public SpoolerPrinter {
     spooler_->NotifyLocked(name_, document);
     return kErrorSuccess;
   }
-  long StartPage() override { return doc_ != 0 ? kErrorSuccess : kErrorInvalidParameter; }
-  long EndPage() override { return doc_ != 0 ? kErrorSuccess : kErrorInvalidParameter; }
-  long Write(const void* bytes, uint32_t size, uint32_t* written) override {
+  PlatformResult StartPage() override { return doc_ != 0 ? kErrorSuccess : kErrorInvalidParameter; }
+  PlatformResult EndPage() override { return doc_ != 0 ? kErrorSuccess : kErrorInvalidParameter; }
+  PlatformResult Write(const void* bytes, uint32_t size, uint32_t* written) override {
     spooler_->Count("Write");
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Job* job = OpenDocLocked();
@@ -361,7 +365,7 @@ class FakePrinter : public SpoolerPrinter {
     job->info.size = static_cast<uint32_t>(job->bytes.size());
     return kErrorSuccess;
   }
-  long EndDoc() override {
+  PlatformResult EndDoc() override {
     spooler_->Count("EndDoc");
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Job* job = OpenDocLocked();
@@ -375,7 +379,7 @@ class FakePrinter : public SpoolerPrinter {
 
  private:
   template <typename F>
-  long Read(const char* operation, F take, bool record = true) {
+  PlatformResult Read(const char* operation, F take, bool record = true) {
     spooler_->Count(operation);
     MutexLock lock(spooler_->mutex_);
     FakeSpooler::Printer* p = spooler_->FindLocked(name_);
@@ -484,6 +488,20 @@ void FakeSpooler::SetAttributes(const std::string& name, uint32_t attributes) {
   if (Printer* p = FindLocked(name)) p->info.attributes = attributes;
 }
 
+void FakeSpooler::EditRecord(const std::string& name,
+                             const std::function<void(platform::PrinterInfo2&)>& edit) {
+  MutexLock lock(mutex_);
+  if (Printer* p = FindLocked(name)) edit(p->info);
+}
+
+bool FakeSpooler::ShareNameTakenLocked(const std::string& share_name, const std::string& by) {
+  if (share_name.empty()) return false;
+  for (const auto& [name, printer] : printers_) {
+    if (name != by && printer.info.share_name == share_name) return true;
+  }
+  return false;
+}
+
 void FakeSpooler::SetData(const std::string& name, const std::string& value_name,
                           std::vector<uint8_t> bytes) {
   MutexLock lock(mutex_);
@@ -524,8 +542,8 @@ std::string FakeSpooler::DocumentBytes(uint32_t job_id) const {
   return {};
 }
 
-long FakeSpooler::Open(std::string_view name, uint32_t access,
-                       std::unique_ptr<SpoolerPrinter>* printer) {
+platform::PlatformResult FakeSpooler::Open(std::string_view name, uint32_t access,
+                                           std::unique_ptr<SpoolerPrinter>* printer) {
   Count("Open");
   MutexLock lock(mutex_);
   Printer* p = FindLocked(std::string(name));
@@ -535,7 +553,8 @@ long FakeSpooler::Open(std::string_view name, uint32_t access,
   return kErrorSuccess;
 }
 
-long FakeSpooler::EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) {
+platform::PlatformResult FakeSpooler::EnumPrinters2(uint32_t flags,
+                                                    std::vector<PrinterInfo2>* printers) {
   Count("EnumPrinters2");
   MutexLock lock(mutex_);
   printers->clear();
@@ -549,7 +568,7 @@ long FakeSpooler::EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* print
   return kErrorSuccess;
 }
 
-long FakeSpooler::EnumPrinters4(uint32_t, std::vector<PrinterInfo4>* printers) {
+platform::PlatformResult FakeSpooler::EnumPrinters4(uint32_t, std::vector<PrinterInfo4>* printers) {
   Count("EnumPrinters4");
   MutexLock lock(mutex_);
   printers->clear();
@@ -560,7 +579,7 @@ long FakeSpooler::EnumPrinters4(uint32_t, std::vector<PrinterInfo4>* printers) {
   return kErrorSuccess;
 }
 
-long FakeSpooler::EnumPorts2(std::vector<PortInfo2>* ports) {
+platform::PlatformResult FakeSpooler::EnumPorts2(std::vector<PortInfo2>* ports) {
   Count("EnumPorts2");
   MutexLock lock(mutex_);
   ports->clear();

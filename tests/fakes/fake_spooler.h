@@ -4,6 +4,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -28,12 +29,16 @@ class FakeSpooler : public platform::Spooler {
   void AddPort(const std::string& port);
   void SetStatus(const std::string& name, uint32_t status);
   void SetAttributes(const std::string& name, uint32_t attributes);
+  // Any other change of the printer's record (server name, driver, ...).
+  void EditRecord(const std::string& name,
+                  const std::function<void(platform::PrinterInfo2&)>& edit);
   void SetData(const std::string& name, const std::string& value_name,
                std::vector<uint8_t> bytes = {1});
   // Renames as the spooler does with a printer pending deletion ("Labels,3").
   void RenameRecord(const std::string& name, const std::string& record_name);
 
-  // Failures.
+  // Failures. SetInfo2 refuses a share name holding / \ or , or one that
+  // another printer already has, with kErrorInvalidShareName.
   // Opens asking for more than use access are refused; so is SetInfo2.
   void DenyAdministration(const std::string& name);
   // Every GetInfo* of the printer fails with kErrorInvalidData.
@@ -50,11 +55,13 @@ class FakeSpooler : public platform::Spooler {
   // The bytes written by raw documents, by job id.
   std::string DocumentBytes(uint32_t job_id) const;
 
-  long Open(std::string_view name, uint32_t access,
-            std::unique_ptr<platform::SpoolerPrinter>* printer) override;
-  long EnumPrinters2(uint32_t flags, std::vector<platform::PrinterInfo2>* printers) override;
-  long EnumPrinters4(uint32_t flags, std::vector<platform::PrinterInfo4>* printers) override;
-  long EnumPorts2(std::vector<platform::PortInfo2>* ports) override;
+  platform::PlatformResult Open(std::string_view name, uint32_t access,
+                                std::unique_ptr<platform::SpoolerPrinter>* printer) override;
+  platform::PlatformResult EnumPrinters2(uint32_t flags,
+                                         std::vector<platform::PrinterInfo2>* printers) override;
+  platform::PlatformResult EnumPrinters4(uint32_t flags,
+                                         std::vector<platform::PrinterInfo4>* printers) override;
+  platform::PlatformResult EnumPorts2(std::vector<platform::PortInfo2>* ports) override;
 
   struct Job {
     platform::JobInfo2 info;
@@ -75,6 +82,7 @@ class FakeSpooler : public platform::Spooler {
   friend class Watch;
   void Count(const std::string& operation);
   Printer* FindLocked(const std::string& name) REQUIRES(mutex_);
+  bool ShareNameTakenLocked(const std::string& share_name, const std::string& by) REQUIRES(mutex_);
   void NotifyLocked(const std::string& printer, platform::NotifyItem item) REQUIRES(mutex_);
 
   mutable Mutex mutex_;

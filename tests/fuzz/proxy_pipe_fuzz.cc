@@ -14,11 +14,11 @@ namespace {
 class BytesStream : public vantrel::PipeByteStream {
  public:
   BytesStream(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-  long Write(const void*, size_t, size_t* written) override {
+  vantrel::platform::PlatformResult Write(const void*, size_t, size_t* written) override {
     *written = 0;
     return 0;
   }
-  long Read(void* out, size_t size, size_t* read) override {
+  vantrel::platform::PlatformResult Read(void* out, size_t size, size_t* read) override {
     *read = std::min(size, size_ - offset_);
     std::memcpy(out, data_ + offset_, *read);
     offset_ += *read;

@@ -27,7 +27,7 @@ class FakeXpmlService {
   using Reply = std::function<std::string(const HttpMessage& request)>;
   explicit FakeXpmlService(Reply reply, bool close_after_reply = false)
       : reply_(std::move(reply)), close_after_reply_(close_after_reply) {
-    platform::ListenSocket("127.0.0.1", 0, &listener_, &port_);
+    EXPECT_EQ(platform::ListenSocket("127.0.0.1", 0, &listener_, &port_), 0);
     thread_ = std::thread([this] { Serve(); });
   }
   ~FakeXpmlService() {
@@ -70,7 +70,8 @@ class FakeXpmlService {
       std::lock_guard<std::mutex> hold(mutex_);
       requests_.push_back(reader.message());
     }
-    platform::SendAll(connection, reply_(reader.message()), 1000);
+    // A client that left early is the test's to notice, not the service's.
+    platform::IgnoreResult(platform::SendAll(connection, reply_(reader.message()), 1000));
     return !close_after_reply_;
   }
 
@@ -91,7 +92,7 @@ std::string Ok(std::string_view body) { return FormatHttpReply(200, {{"TID", "t-
 uint16_t ClosedPort() {
   platform::SocketHandle listener;
   uint16_t port = 0;
-  platform::ListenSocket("127.0.0.1", 0, &listener, &port);
+  EXPECT_EQ(platform::ListenSocket("127.0.0.1", 0, &listener, &port), 0);
   platform::CloseSocket(listener);
   return port;
 }

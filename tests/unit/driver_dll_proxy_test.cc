@@ -85,17 +85,30 @@ TEST_F(DriverProxyTest, VersionTablesAreReadWithoutLoadingTheModule) {
             (std::vector<uint16_t>{7, 2, 3, 0}));
   EXPECT_EQ(info.product_version, "7.2.3.0");
   EXPECT_EQ(info.build_date, "2026-11-20, 09:30:00");
-  ASSERT_EQ(platform::ReadModuleVersion(SampleModule("sample-driver-unversioned"), &info), 0);
-  EXPECT_FALSE(info.has_table);
-  EXPECT_NE(platform::ReadModuleVersion(SampleModule("no-such-module"), &info), 0);
-  EXPECT_FALSE(platform::ModuleNeedsHostProcess(SampleModule("sample-driver")));
+  for (const char* module : {"sample-driver-unversioned", "no-such-module"}) {
+    info.has_table = true;
+    ASSERT_EQ(platform::ReadModuleVersion(SampleModule(module), &info), 0) << module;
+    EXPECT_FALSE(info.has_table) << module;
+  }
 }
 
-TEST_F(DriverProxyTest, WithoutIsolationEveryModuleLoadsInProcess) {
+// The test program is a 64-bit process loading modules built like itself:
+// without isolation nothing goes to the host, whatever the module's version.
+TEST_F(DriverProxyTest, WithoutIsolationA64BitProcessNeverProxies) {
+  for (const char* module : {"sample-driver", "sample-driver-7229", "sample-driver-unversioned"}) {
+    EXPECT_FALSE(platform::ModuleNeedsHostProcess(SampleModule(module))) << module;
+    DriverDLLProxy proxy(store_);
+    const uint64_t handle = proxy.OpenModule(SampleModule(module), "InProcess");
+    EXPECT_NE(handle, 0u) << module;
+    EXPECT_FALSE(proxy.proxied()) << module;
+    proxy.Close(handle);
+  }
+}
+
+TEST_F(DriverProxyTest, AnInProcessModuleAnswersOnlyItsOwnOpenHandles) {
   DriverDLLProxy proxy(store_);
   const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver"), "InProcess");
-  EXPECT_NE(handle, 0u);
-  EXPECT_FALSE(proxy.proxied());
+  ASSERT_NE(handle, 0u);
   EXPECT_EQ(proxy.ActionFlag(handle, 3), 1u);
   EXPECT_EQ(proxy.ActionFlag(handle, 99), 0u);
   EXPECT_EQ(proxy.ActionFlag(handle + 1, 3), 0u) << "a handle the module never gave";
@@ -120,6 +133,18 @@ TEST_F(DriverProxyTest, IsolationSendsOnlyNewVersionedModulesToTheHost) {
     EXPECT_TRUE(proxy.Action(handle, kEchoAction)) << c.module;
     proxy.Close(handle);
   }
+}
+
+// A module path that names no file has no version table: it is tried
+// in-process, which fails quietly, instead of raising.
+TEST_F(DriverProxyTest, AMissingModuleUnderIsolationOpensNothingAndRaisesNothing) {
+  SetIsolation(true);
+  DriverDLLProxy proxy(store_);
+  uint64_t handle = 1;
+  EXPECT_NO_THROW(handle = proxy.OpenModule(SampleModule("no-such-module"), "Missing"));
+  EXPECT_EQ(handle, 0u);
+  EXPECT_FALSE(proxy.proxied());
+  EXPECT_EQ(proxy.ActionFlag(handle, 3), 0u);
 }
 
 TEST_F(DriverProxyTest, ActionUIFallsBackToActionWhenTheModuleLacksIt) {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <map>
 #include <mutex>
 #include <random>
@@ -16,6 +17,7 @@
 #include "platform/win32_errors.h"
 #include "support/event_log.h"
 #include "support/registry.h"
+#include "unit/mutex_holder.h"
 #include "unit/worker.h"
 
 namespace vantrel {
@@ -295,6 +297,28 @@ TEST(EventLogTest, ProcessLogIsCreatedOnce) {
   for (const auto& log : seen) EXPECT_EQ(log, seen[0]);
   EXPECT_EQ(OEventLog::ProcessIfCreated(), seen[0]);
   EXPECT_EQ(seen[0]->name(), "Marlock Vantrel V3");
+}
+
+// Another process holding the log's mutex, found by its name, holds back
+// every line; its end (as a crash) lets the line through.
+TEST(EventLogTest, FileLinesWaitForTheProcessHoldingTheLogMutex) {
+  TempFolder folder;
+  OEventLogBase log("Held Log", folder.str());
+  log.SetSystemLogForTesting(
+      std::make_unique<RecordingSystemLog>(std::make_shared<std::vector<SystemLogEntry>>()));
+  const std::string path = platform::JoinPath(folder.str(), "Held_Log.txt");
+  vantrel::testing::MutexHolderProcess holder("Marlock Software File Log Mutex for Held Log");
+  ASSERT_TRUE(holder.holding());
+  auto writing = std::async(std::launch::async, [&] { log.Write(kLogInfo, "after the holder"); });
+  EXPECT_EQ(writing.wait_for(std::chrono::milliseconds(500)), std::future_status::timeout);
+  EXPECT_TRUE(ReadLines(path).empty()) << "written while another process held the mutex";
+  holder.Kill();
+  ASSERT_EQ(writing.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+  const auto lines = ReadLines(path);
+  ASSERT_EQ(lines.size(), 1u);
+  ParsedLine parsed;
+  ASSERT_TRUE(ParseLine(lines[0], &parsed)) << lines[0];
+  EXPECT_EQ(parsed.message, "after the holder");
 }
 
 constexpr int kLinesPerWorker = 1000;

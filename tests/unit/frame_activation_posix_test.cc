@@ -8,6 +8,7 @@
 #include "platform/named_mutex.h"
 #include "platform/process.h"
 #include "platform/registry_value.h"
+#include "platform/win32_errors.h"
 #include "unit/frame_test_support.h"
 
 namespace vantrel::frame {
@@ -21,6 +22,15 @@ std::string DefaultValue(platform::SettingsStore& store, const std::string& key)
     return "<missing>";
   platform::RegistryValue value;
   if (handle->QueryValue("", &value) != 0) return "<no value>";
+  return platform::ReadString(value).value_or("<not text>");
+}
+
+std::string NamedValue(platform::SettingsStore& store, const std::string& key, const char* name) {
+  std::unique_ptr<platform::SettingsKey> handle;
+  if (store.OpenKey(platform::RegistryRoot::kClassesRoot, key, platform::kKeyRead, &handle) != 0)
+    return "<missing>";
+  platform::RegistryValue value;
+  if (handle->QueryValue(name, &value) != 0) return "<no value>";
   return platform::ReadString(value).value_or("<not text>");
 }
 
@@ -88,7 +98,11 @@ TEST(ActivationTest, RegistrationWritesTheClassKeysAndTheSharedProgId) {
   EXPECT_EQ(DefaultValue(store, printer + "\\TypeLib"), "{A9F21314-6355-436C-8A69-CC83C81331CE}");
   EXPECT_NE(DefaultValue(store, printer + "\\InprocServer32"), "<missing>");
   EXPECT_EQ(DefaultValue(store, printer + "\\Programmable"), "<no value>");
-  EXPECT_EQ(DefaultValue(store, "AppID\\{616BF1F1-5F85-46FD-9B2E-031CF04CEE72}"), "Vantrel");
+  EXPECT_EQ(NamedValue(store, printer + "\\InprocServer32", "ThreadingModel"), "Free");
+  const std::string app_id = "{616BF1F1-5F85-46FD-9B2E-031CF04CEE72}";
+  EXPECT_EQ(NamedValue(store, printer, "AppID"), app_id);
+  EXPECT_EQ(DefaultValue(store, "AppID\\" + app_id), "Vantrel");
+  EXPECT_EQ(NamedValue(store, "AppID\\Vantrel.DLL", "AppID"), app_id);
 
   ASSERT_EQ(UnregisterServer(), S_OK);
   EXPECT_EQ(DefaultValue(store, printer), "<missing>");
@@ -98,6 +112,22 @@ TEST(ActivationTest, RegistrationWritesTheClassKeysAndTheSharedProgId) {
       store.OpenKey(platform::RegistryRoot::kClassesRoot, "CLSID", platform::kKeyRead, &clsid_root),
       0);                             // the CLSID key itself stays
   ASSERT_EQ(RegisterServer(), S_OK);  // for the fixture's own clean-up
+}
+
+// A store that refuses the first value written: registration reports that
+// error and writes nothing after it.
+TEST(ActivationTest, RegistrationStopsAtTheFirstFailedWrite) {
+  vantrel::testing::FakeSettingsStore store;
+  platform::SetSettingsStoreForTesting(&store);
+  store.InjectFailure(vantrel::testing::FakeSettingsStore::Operation::kSetValue,
+                      platform::kErrorAccessDenied, 1);
+  const HRESULT hr = RegisterServer();
+  const int writes = store.Calls(vantrel::testing::FakeSettingsStore::Operation::kSetValue);
+  const std::string after = NamedValue(store, "AppID\\Vantrel.DLL", "AppID");
+  platform::SetSettingsStoreForTesting(nullptr);
+  EXPECT_EQ(hr, HRESULT_FROM_WIN32(static_cast<DWORD>(platform::kErrorAccessDenied)));
+  EXPECT_EQ(writes, 1);
+  EXPECT_EQ(after, "<missing>");
 }
 
 TEST(ActivationTest, PlainCClientCreatesEveryClassThroughTheSharedLibrary) {

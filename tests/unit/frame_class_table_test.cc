@@ -26,6 +26,19 @@ ComPtr<IUnknown> CreateThroughFactory(REFCLSID clsid, HRESULT* hr) {
   return object;
 }
 
+// The interface the object's type information describes: its default one.
+IID DefaultInterfaceOf(IDispatch* dispatch) {
+  IID iid{};
+  ComPtr<ITypeInfo> info;
+  TYPEATTR* attributes = nullptr;
+  if (SUCCEEDED(dispatch->GetTypeInfo(0, 0, info.Receive())) &&
+      SUCCEEDED(info->GetTypeAttr(&attributes))) {
+    iid = attributes->guid;
+    info->ReleaseTypeAttr(attributes);
+  }
+  return iid;
+}
+
 TEST(ClassTableTest, EveryRowCreatesAnObjectAnsweringItsInterfaces) {
   ASSERT_EQ(ClassTable().size(), 19u);
   for (const ClassEntry& entry : ClassTable()) {
@@ -41,6 +54,8 @@ TEST(ClassTableTest, EveryRowCreatesAnObjectAnsweringItsInterfaces) {
         object->QueryInterface(IID_ISupportErrorInfo, reinterpret_cast<void**>(support.Receive())),
         S_OK);
     EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IDispatch), S_FALSE);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IUnknown), S_FALSE);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(DefaultInterfaceOf(dispatch.Get())), S_OK);
     // The identity is the same whichever interface it is asked through.
     ComPtr<IUnknown> identity;
     ASSERT_EQ(support->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(identity.Receive())),

@@ -56,12 +56,16 @@ TEST(ErrorFrameTest, EveryBoundClassRefusesWorkUntilInitialized) {
     DISPID member;
     uint32_t code;
     const char* text;
+    WORD kind = DISPATCH_PROPERTYGET;
   };
   const Row rows[] = {
       {&CLSID_PrinterStatus, 101, 0x80042100, "PrinterStatus object not initialized"},
       {&CLSID_PrinterPort, 0x66, 0x80042102, "PrinterPort object not initialized"},
       {&CLSID_PrintJobStatus, 0x65, 0x80042300, "JobStatus object not initialized"},
       {&CLSID_PrintJob, 0x65, 0x80042200, "Job object not initialized"},
+      {&CLSID_PrintJobSchedule, 0x65, 0x80042400, "JobSchedule object not initialized"},
+      {&CLSID_PrinterConfiguration, 0x0D, 0x80042101, "PrinterConfiguration object not initialized",
+       DISPATCH_METHOD},
   };
   for (const Row& row : rows) {
     auto object = Create<IDispatch>(*row.clsid, IID_IDispatch);
@@ -69,8 +73,8 @@ TEST(ErrorFrameTest, EveryBoundClassRefusesWorkUntilInitialized) {
     VARIANT result;
     VariantInit(&result);
     EXCEPINFO exception{};
-    const HRESULT hr = object->Invoke(row.member, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &result,
-                                      &exception, nullptr);
+    const HRESULT hr =
+        object->Invoke(row.member, IID_NULL, 0, row.kind, &none, &result, &exception, nullptr);
     EXPECT_EQ(hr, DISP_E_EXCEPTION) << row.text;
     EXPECT_EQ(static_cast<uint32_t>(exception.scode), row.code) << row.text;
     EXPECT_EQ(BstrToUtf8(exception.bstrDescription), row.text);

@@ -114,15 +114,24 @@ TEST(ConnectionPointTest, FiringReachesEverySinkThoughOneFailsAndOneLeaves) {
   leaving.on_event = [&] { return point->Unadvise(cookies[2]); };  // would deadlock under a lock
 
   auto* connection_point = static_cast<ConnectionPoint*>(point.Get());
+  auto source = Create<IDispatch>(CLSID_Printer, IID_IDispatch);
   {
     EventArguments arguments;
-    arguments.Object(nullptr).String("Old name").String("New name");
+    arguments.Object(source.Get()).String("Old name").String("New name");
     connection_point->Fire(1, arguments);
   }
-  EventArguments deleted;
-  deleted.Object(nullptr).String("gone");
-  connection_point->Fire(7, deleted);
+  EventArguments pages;
+  pages.Object(nullptr).Long(3).Long(-7);
+  connection_point->Fire(7, pages);
 
+  // Each sink sees the arguments in the order the event declares them,
+  // whatever order the dispatch call carries them in.
+  using Arguments = std::vector<std::vector<std::string>>;
+  const Arguments expected = {{"dispatch:object", "string:Old name", "string:New name"},
+                              {"dispatch:null", "long:3", "long:-7"}};
+  EXPECT_EQ(first.arguments, expected);
+  EXPECT_EQ(failing.arguments, expected);
+  EXPECT_EQ(first.kinds, (std::vector<WORD>{DISPATCH_METHOD, DISPATCH_METHOD}));
   EXPECT_EQ(first.calls, (std::vector<DISPID>{1, 7}));
   EXPECT_EQ(failing.calls, (std::vector<DISPID>{1, 7}));
   EXPECT_EQ(leaving.calls, (std::vector<DISPID>{1}));  // nothing after it left

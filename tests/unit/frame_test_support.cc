@@ -1,5 +1,7 @@
 #include "unit/frame_test_support.h"
 
+#include <string>
+
 #include "frame/com_ptr.h"
 #include "frame/ole_string.h"
 
@@ -29,15 +31,32 @@ HRESULT RecordingSink::QueryInterface(REFIID iid, void** out) {
   return E_NOINTERFACE;
 }
 
-HRESULT RecordingSink::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*,
+namespace {
+
+std::string Describe(const VARIANT& value) {
+  switch (V_VT(&value)) {
+    case VT_DISPATCH:
+      return V_DISPATCH(&value) != nullptr ? "dispatch:object" : "dispatch:null";
+    case VT_BSTR:
+      return "string:" + frame::BstrToUtf8(V_BSTR(&value));
+    case VT_I4:
+      return "long:" + std::to_string(V_I4(&value));
+    default:
+      return "type:" + std::to_string(V_VT(&value));
+  }
+}
+
+}  // namespace
+
+HRESULT RecordingSink::Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* params, VARIANT*,
                               EXCEPINFO*, UINT*) {
   calls.push_back(id);
+  kinds.push_back(kind);
   // Arguments arrive last-first: the first declared one is at the end.
-  if (params && params->cArgs > 0) {
-    const VARIANT& first = params->rgvarg[params->cArgs - 1];
-    first_string_arguments.push_back(V_VT(&first) == VT_BSTR ? frame::BstrToUtf8(V_BSTR(&first))
-                                                             : std::string());
-  }
+  std::vector<std::string> declared;
+  for (UINT i = params != nullptr ? params->cArgs : 0; i > 0; --i)
+    declared.push_back(Describe(params->rgvarg[i - 1]));
+  arguments.push_back(std::move(declared));
   return on_event ? on_event() : S_OK;
 }
 

@@ -33,8 +33,9 @@ struct ClientError {
 };
 ClientError TakeClientError();
 
-// A sink for any event interface: records each Invoke's DISPID and runs an
-// optional action inside the call; answers the IID it is made for.
+// A sink for any event interface: records each Invoke's DISPID, call kind
+// and arguments, and runs an optional action inside the call; answers the
+// IID it is made for.
 class RecordingSink final : public IDispatch {
  public:
   explicit RecordingSink(const IID& events) : events_(events) {}
@@ -50,7 +51,10 @@ class RecordingSink final : public IDispatch {
 
   std::function<HRESULT()> on_event;  // run inside Invoke; its result is returned
   std::vector<DISPID> calls;
-  std::vector<std::string> first_string_arguments;
+  std::vector<WORD> kinds;  // DISPATCH_METHOD, ...
+  // Per call, the arguments in the order the event declares them, as
+  // "dispatch:null", "dispatch:object", "string:TEXT", "long:N" or "type:VT".
+  std::vector<std::vector<std::string>> arguments;
   ULONG references() const { return references_; }
 
  private:

@@ -11,8 +11,8 @@ namespace {
 class MemoryStream : public PipeByteStream {
  public:
   explicit MemoryStream(std::string bytes) : bytes_(std::move(bytes)) {}
-  long Write(const void*, size_t, size_t*) override { return 5; }
-  long Read(void* out, size_t size, size_t* read) override {
+  platform::PlatformResult Write(const void*, size_t, size_t*) override { return 5; }
+  platform::PlatformResult Read(void* out, size_t size, size_t* read) override {
     *read = std::min(size, bytes_.size() - offset_);
     bytes_.copy(static_cast<char*>(out), *read, offset_);
     offset_ += *read;

@@ -125,6 +125,73 @@ TEST_F(PrinterContextTest, SharingWithoutShareNameUsesTheNameWithoutDeletionSuff
   EXPECT_EQ(context->GetName(), "Labels,3");
 }
 
+TEST_F(PrinterContextTest, SharingAnUnreadablePrinterChangesNothingAndSaysNothing) {
+  PrinterContext* context = Acquire();
+  spooler_.BreakRecords("Labels");
+  EXPECT_NO_THROW(context->SetShared(true));
+  EXPECT_NO_THROW(context->SetShared(false));
+  EXPECT_EQ(spooler_.Calls("SetInfo2"), 0);
+}
+
+// A share name the spooler refuses: through SetShareName it is the library's
+// "Invalid printer share name"; re-sharing under a kept name that another
+// printer took since reports the spooler's own error.
+TEST_F(PrinterContextTest, ShareNameTakenByAnotherPrinterIsRefused) {
+  spooler_.AddPrinter("Other");
+  Acquire("Other")->SetShareName("front");
+  PrinterContext* context = Acquire();
+  EXPECT_EQ(KestoCodeOf([&] { context->SetShareName("front"); }), frame::kInvalidShareName.code);
+  EXPECT_EQ(context->IsShared(), 0);
+  spooler_.EditRecord("Labels", [](platform::PrinterInfo2& r) { r.share_name = "front"; });
+  try {
+    context->SetShared(true);
+    FAIL() << "no exception";
+  } catch (const OException& e) {
+    EXPECT_EQ(e.error(), platform::kErrorInvalidShareName);
+  }
+  EXPECT_EQ(context->IsShared(), 0);
+}
+
+TEST_F(PrinterContextTest, AttributeFlagsAreAutomationBooleans) {
+  PrinterContext* context = Acquire();
+  spooler_.SetAttributes("Labels", platform::kPrinterAttributeLocal);
+  EXPECT_EQ(context->IsLocal(), -1);
+  EXPECT_EQ(context->IsNetwork(), 0);
+  EXPECT_EQ(context->IsShared(), 0);
+  spooler_.SetAttributes("Labels",
+                         platform::kPrinterAttributeNetwork | platform::kPrinterAttributeShared);
+  EXPECT_EQ(context->IsLocal(), 0);
+  EXPECT_EQ(context->IsNetwork(), -1);
+  EXPECT_EQ(context->IsShared(), -1);
+}
+
+TEST_F(PrinterContextTest, ScheduleAndPriorityAreKeptAndRefusedChangesAreQuiet) {
+  PrinterContext* context = Acquire();
+  context->SetStartTime(90);
+  context->SetUntilTime(1439);
+  context->SetDefaultPriority(99);
+  EXPECT_EQ(context->GetStartTime(), 90u);
+  EXPECT_EQ(context->GetUntilTime(), 1439u);
+  EXPECT_EQ(context->GetDefaultPriority(), 99u);
+  spooler_.DenyAdministration("Labels");
+  EXPECT_NO_THROW(context->SetStartTime(5));
+  EXPECT_NO_THROW(context->SetUntilTime(6));
+  EXPECT_NO_THROW(context->SetDefaultPriority(7));
+  EXPECT_EQ(context->GetStartTime(), 90u);
+  EXPECT_EQ(context->GetUntilTime(), 1439u);
+  EXPECT_EQ(context->GetDefaultPriority(), 99u);
+}
+
+TEST_F(PrinterContextTest, ServerAndDriverNamesComeFromTheRecord) {
+  spooler_.EditRecord("Labels", [](platform::PrinterInfo2& r) {
+    r.server_name = "\\\\printhost";
+    r.driver_name = "Label Driver 7";
+  });
+  PrinterContext* context = Acquire();
+  EXPECT_EQ(context->GetServerName(), "\\\\printhost");
+  EXPECT_EQ(context->GetDriverName(), "Label Driver 7");
+}
+
 TEST_F(PrinterContextTest, UnknownPortIsInvalidAndChangesNothing) {
   PrinterContext* context = Acquire();
   EXPECT_EQ(KestoCodeOf([&] { context->SetPortName("foo://bar"); }), frame::kInvalidPort.code);
@@ -159,7 +226,10 @@ TEST_F(PrinterContextTest, RawOnlyProbeIsCachedAndSurvivesAFailedProbe) {
 TEST_F(PrinterContextTest, DriverKindFollowsTheInterfaceValues) {
   spooler_.AddPrinter("Vendor");
   spooler_.SetData("Vendor", "Kesto Interface");  // the older value alone suffices
+  spooler_.AddPrinter("Vendor3");
+  spooler_.SetData("Vendor3", "Kesto Interface V3");
   EXPECT_TRUE(Acquire("Vendor")->driver()->IsAdvanced());
+  EXPECT_TRUE(Acquire("Vendor3")->driver()->IsAdvanced());
   EXPECT_FALSE(Acquire("Labels")->driver()->IsAdvanced());
 }
 

@@ -180,7 +180,8 @@ void Server::ServeHttp(Service service, SocketHandle connection) {
     if (reader.state() == RequestReader::State::kFailed) {
       SimReply reply = LineReply(400, "malformed HTTP request");
       reply.fields.emplace_back("Connection", "close");
-      platform::SendAll(connection, RenderReply(reply), kSendTimeoutMs);
+      // The connection closes next whether or not the peer got the reply.
+      platform::IgnoreResult(platform::SendAll(connection, RenderReply(reply), kSendTimeoutMs));
       return;
     }
     if (reader.state() != RequestReader::State::kComplete) continue;

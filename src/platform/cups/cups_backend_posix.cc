@@ -33,8 +33,8 @@ Backend::~Backend() { hub_.reset(); }
 
 SettingsStore& Backend::store() { return store_ != nullptr ? *store_ : DefaultSettingsStore(); }
 
-long Backend::GetPrinter(const std::string& name, const char* const* attributes, int count,
-                         PrinterInfo2* info) {
+PlatformResult Backend::GetPrinter(const std::string& name, const char* const* attributes,
+                                   int count, PrinterInfo2* info) {
   if (name.empty()) return kErrorInvalidHandle;  // the server has no printer record
   ipp_t* request = NewRequest(IPP_OP_GET_PRINTER_ATTRIBUTES, pool_.PrinterUri(name));
   AddRequestedAttributes(request, attributes, count);
@@ -49,8 +49,8 @@ long Backend::GetPrinter(const std::string& name, const char* const* attributes,
   return found ? kErrorSuccess : kErrorInvalidPrinterName;
 }
 
-long Backend::GetPrinters(const char* const* attributes, int count,
-                          std::vector<PrinterInfo2>* out) {
+PlatformResult Backend::GetPrinters(const char* const* attributes, int count,
+                                    std::vector<PrinterInfo2>* out) {
   ipp_t* request = ippNewRequest(IPP_OP_CUPS_GET_PRINTERS);
   ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_NAME, "requesting-user-name", nullptr,
                cupsUser());
@@ -65,7 +65,7 @@ long Backend::GetPrinters(const char* const* attributes, int count,
   return kErrorSuccess;
 }
 
-long Backend::GetJob(const std::string& printer, uint32_t job_id, JobInfo2* job) {
+PlatformResult Backend::GetJob(const std::string& printer, uint32_t job_id, JobInfo2* job) {
   char uri[HTTP_MAX_URI];
   httpAssembleURIf(HTTP_URI_CODING_ALL, uri, sizeof uri, "ipp", nullptr, "localhost", pool_.port(),
                    "/jobs/%u", job_id);
@@ -86,7 +86,7 @@ long Backend::GetJob(const std::string& printer, uint32_t job_id, JobInfo2* job)
   return kErrorSuccess;
 }
 
-long Backend::GetJobs(const std::string& printer, std::vector<JobInfo2>* jobs) {
+PlatformResult Backend::GetJobs(const std::string& printer, std::vector<JobInfo2>* jobs) {
   ipp_t* request = NewRequest(IPP_OP_GET_JOBS, pool_.PrinterUri(printer));
   ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "which-jobs", nullptr, "not-completed");
   AddRequestedAttributes(request, kJobAttributes, kJobAttributeCount);
@@ -101,7 +101,7 @@ long Backend::GetJobs(const std::string& printer, std::vector<JobInfo2>* jobs) {
   return kErrorSuccess;
 }
 
-long Backend::Send(ipp_t* request, bool about_printer) {
+PlatformResult Backend::Send(ipp_t* request, bool about_printer) {
   long error = kErrorSuccess;
   IppMessage response(pool_.Do(request, "/admin/", about_printer, &error));
   return error;
@@ -139,7 +139,7 @@ void Backend::FillStoredFields(PrinterInfo2* info, const std::set<std::string>* 
     info->share_name = info->printer_name;
 }
 
-long Backend::StoreFields(const std::string& printer, const PrinterInfo2& info) {
+PlatformResult Backend::StoreFields(const std::string& printer, const PrinterInfo2& info) {
   std::unique_ptr<SettingsKey> key;
   long error =
       store().CreateKey(RegistryRoot::kLocalMachine, PrinterKeyPath(printer), kKeyReadWrite, &key);
@@ -151,9 +151,9 @@ long Backend::StoreFields(const std::string& printer, const PrinterInfo2& info) 
   return kErrorSuccess;
 }
 
-long Backend::GetStoredData(const std::string& printer, const std::string& key_name,
-                            const std::string& value_name, uint32_t* type,
-                            std::vector<uint8_t>* data) {
+PlatformResult Backend::GetStoredData(const std::string& printer, const std::string& key_name,
+                                      const std::string& value_name, uint32_t* type,
+                                      std::vector<uint8_t>* data) {
   const std::string path =
       PrinterKeyPath(printer) + "\\" + (key_name.empty() ? "PrinterDriverData" : key_name);
   std::unique_ptr<SettingsKey> key;

@@ -294,7 +294,7 @@ std::string PrinterNameFromUri(const std::string& uri) {
   return out;
 }
 
-long ErrorFromIppStatus(ipp_status_t status, bool about_printer) {
+PlatformResult ErrorFromIppStatus(ipp_status_t status, bool about_printer) {
   if (status <= IPP_STATUS_OK_EVENTS_COMPLETE) return kErrorSuccess;
   switch (status) {
     case IPP_STATUS_ERROR_NOT_FOUND:

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/spooler.h"
+#include "platform/win32_errors.h"
 
 namespace vantrel::platform::cups {
 
@@ -72,7 +73,7 @@ std::string PrinterNameFromUri(const std::string& uri);
 
 // A Windows error number for an IPP status. `about_printer` chooses between
 // "no such printer" (1801) and "invalid parameter" (87) for not-found.
-long ErrorFromIppStatus(ipp_status_t status, bool about_printer);
+PlatformResult ErrorFromIppStatus(ipp_status_t status, bool about_printer);
 
 // Job-hold-until "HH:MM" (UTC) for minutes after midnight, and back; -1 when
 // the text is no time of day.

@@ -148,7 +148,7 @@ class CupsWatch {
   CupsWatch(NotificationHub& hub, std::string printer, NotifyFields fields)
       : hub_(hub), printer_(std::move(printer)), fields_(std::move(fields)) {}
 
-  long Wait(uint32_t timeout_ms, NotifyBatch* batch) EXCLUDES(mutex_) {
+  PlatformResult Wait(uint32_t timeout_ms, NotifyBatch* batch) EXCLUDES(mutex_) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
     MutexLock lock(mutex_);
     while (!cancelled_ && !discarded_ && pending_.items.empty()) {
@@ -163,7 +163,7 @@ class CupsWatch {
     return kErrorSuccess;
   }
 
-  long Refresh(NotifyBatch* batch) EXCLUDES(mutex_, snapshot_mutex_) {
+  PlatformResult Refresh(NotifyBatch* batch) EXCLUDES(mutex_, snapshot_mutex_) {
     NotifyBatch full;
     TakeSnapshot(&full);
     MutexLock lock(mutex_);
@@ -187,7 +187,11 @@ class CupsWatch {
     PrinterInfo2 printer;
     if (ReadPrinter(backend, &printer) == kErrorSuccess) last_printer_ = printer;
     std::vector<JobInfo2> jobs;
-    backend.GetJobs(printer_, &jobs);
+    // A failed read keeps the jobs seen last rather than reporting them gone.
+    if (backend.GetJobs(printer_, &jobs) != kErrorSuccess) {
+      jobs.clear();
+      for (const auto& [id, job] : last_jobs_) jobs.push_back(job);
+    }
     last_jobs_.clear();
     for (const JobInfo2& job : jobs) last_jobs_[job.job_id] = job;
     if (full == nullptr) return;
@@ -310,10 +314,10 @@ class CupsWatchHandle : public ChangeWatch {
   }
   ~CupsWatchHandle() override { hub_.Detach(watch_.get()); }
 
-  long Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
+  PlatformResult Wait(uint32_t timeout_ms, NotifyBatch* batch) override {
     return watch_->Wait(timeout_ms, batch);
   }
-  long Refresh(NotifyBatch* batch) override { return watch_->Refresh(batch); }
+  PlatformResult Refresh(NotifyBatch* batch) override { return watch_->Refresh(batch); }
   void Cancel() override { watch_->Cancel(); }
 
  private:
@@ -429,7 +433,8 @@ void NotificationHub::CancelSubscription() {
   ipp_t* request = NewRequest(IPP_OP_CANCEL_SUBSCRIPTION, backend_.pool().PrinterUri(""));
   ippAddInteger(request, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "notify-subscription-id",
                 subscription_);
-  backend_.Send(request, false);
+  // A subscription the scheduler does not cancel now ends with its lease.
+  IgnoreResult(backend_.Send(request, false));
   subscription_ = 0;
 }
 

@@ -38,20 +38,20 @@ class CupsPrinter : public SpoolerPrinter {
 
   uint32_t access() const override { return access_; }
 
-  long GetInfo2(PrinterInfo2* info) override {
+  PlatformResult GetInfo2(PrinterInfo2* info) override {
     const long error =
         backend_.GetPrinter(name_, cups::kPrinter2Attributes, cups::kPrinter2AttributeCount, info);
     if (error == kErrorSuccess) backend_.FillStoredFields(info);
     return error;
   }
-  long GetInfo4(PrinterInfo4* info) override {
+  PlatformResult GetInfo4(PrinterInfo4* info) override {
     PrinterInfo2 full;
     const long error =
         backend_.GetPrinter(name_, cups::kPrinter4Attributes, cups::kPrinter4AttributeCount, &full);
     if (error == kErrorSuccess) *info = {full.printer_name, full.server_name, full.attributes};
     return error;
   }
-  long GetInfo5(PrinterInfo5* info) override {
+  PlatformResult GetInfo5(PrinterInfo5* info) override {
     PrinterInfo2 full;
     const long error =
         backend_.GetPrinter(name_, cups::kPrinter5Attributes, cups::kPrinter5AttributeCount, &full);
@@ -59,7 +59,7 @@ class CupsPrinter : public SpoolerPrinter {
       *info = {full.printer_name, full.port_name, full.attributes, 15000, 45000};
     return error;
   }
-  long GetInfo6(PrinterInfo6* info) override {
+  PlatformResult GetInfo6(PrinterInfo6* info) override {
     PrinterInfo2 full;
     const long error =
         backend_.GetPrinter(name_, cups::kPrinter6Attributes, cups::kPrinter6AttributeCount, &full);
@@ -67,7 +67,7 @@ class CupsPrinter : public SpoolerPrinter {
     return error;
   }
 
-  long SetInfo2(const PrinterInfo2& info) override {
+  PlatformResult SetInfo2(const PrinterInfo2& info) override {
     if ((access_ & kPrinterAccessAdminister) == 0) return kErrorAccessDenied;
     if (cups::IsInvalidShareName(info.share_name)) return kErrorInvalidShareName;
     PrinterInfo2 now;
@@ -78,7 +78,7 @@ class CupsPrinter : public SpoolerPrinter {
     return backend_.StoreFields(name_, info);
   }
 
-  long Control(PrinterControl command) override {
+  PlatformResult Control(PrinterControl command) override {
     ipp_op_t operation;
     switch (command) {
       case PrinterControl::kPause:
@@ -97,7 +97,7 @@ class CupsPrinter : public SpoolerPrinter {
     return backend_.Send(NewRequest(operation, backend_.pool().PrinterUri(name_)), true);
   }
 
-  long EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
+  PlatformResult EnumJobs(uint32_t first, uint32_t count, std::vector<JobInfo2>* jobs) override {
     std::vector<JobInfo2> all;
     const long error = backend_.GetJobs(name_, &all);
     if (error != kErrorSuccess) return error;
@@ -105,7 +105,7 @@ class CupsPrinter : public SpoolerPrinter {
     for (size_t i = first; i < all.size() && jobs->size() < count; ++i) jobs->push_back(all[i]);
     return kErrorSuccess;
   }
-  long EnumJobIds(std::vector<uint32_t>* ids) override {
+  PlatformResult EnumJobIds(std::vector<uint32_t>* ids) override {
     std::vector<JobInfo2> all;
     const long error = backend_.GetJobs(name_, &all);
     if (error != kErrorSuccess) return error;
@@ -113,11 +113,11 @@ class CupsPrinter : public SpoolerPrinter {
     for (const JobInfo2& job : all) ids->push_back(job.job_id);
     return kErrorSuccess;
   }
-  long GetJob(uint32_t job_id, JobInfo2* job) override {
+  PlatformResult GetJob(uint32_t job_id, JobInfo2* job) override {
     return backend_.GetJob(name_, job_id, job);
   }
 
-  long ControlJob(uint32_t job_id, JobControl command) override {
+  PlatformResult ControlJob(uint32_t job_id, JobControl command) override {
     JobInfo2 job;
     long error = GetJob(job_id, &job);  // a job of another printer is not ours to touch
     if (error != kErrorSuccess) return error;
@@ -147,7 +147,7 @@ class CupsPrinter : public SpoolerPrinter {
     return backend_.Send(request, false);
   }
 
-  long SetJob2(uint32_t job_id, const JobInfo2& info) override {
+  PlatformResult SetJob2(uint32_t job_id, const JobInfo2& info) override {
     if (info.priority < 1 || info.priority > 99) return kErrorInvalidParameter;
     JobInfo2 now;
     long error = GetJob(job_id, &now);
@@ -176,22 +176,24 @@ class CupsPrinter : public SpoolerPrinter {
     return backend_.Send(request, false);
   }
 
-  long GetData(std::string_view value_name, uint32_t* type, std::vector<uint8_t>* data) override {
+  PlatformResult GetData(std::string_view value_name, uint32_t* type,
+                         std::vector<uint8_t>* data) override {
     return backend_.GetStoredData(name_, "", std::string(value_name), type, data);
   }
-  long GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
-                 std::vector<uint8_t>* data) override {
+  PlatformResult GetDataEx(std::string_view key, std::string_view value_name, uint32_t* type,
+                           std::vector<uint8_t>* data) override {
     if (key.empty()) return kErrorInvalidParameter;
     return backend_.GetStoredData(name_, std::string(key), std::string(value_name), type, data);
   }
 
-  long WatchChanges(const NotifyFields& fields, std::unique_ptr<ChangeWatch>* watch) override {
+  PlatformResult WatchChanges(const NotifyFields& fields,
+                              std::unique_ptr<ChangeWatch>* watch) override {
     *watch = backend_.hub().Watch(name_, fields);
     return kErrorSuccess;
   }
 
-  long StartDoc(std::string_view document_name, std::string_view datatype,
-                uint32_t* job_id) override {
+  PlatformResult StartDoc(std::string_view document_name, std::string_view datatype,
+                          uint32_t* job_id) override {
     MutexLock lock(doc_mutex_);
     if (name_.empty()) return kErrorInvalidHandle;
     if (doc_http_ != nullptr) return kErrorInvalidParameter;
@@ -230,9 +232,13 @@ class CupsPrinter : public SpoolerPrinter {
     *job_id = static_cast<uint32_t>(id);
     return kErrorSuccess;
   }
-  long StartPage() override { return DocumentOpen() ? kErrorSuccess : kErrorInvalidParameter; }
-  long EndPage() override { return DocumentOpen() ? kErrorSuccess : kErrorInvalidParameter; }
-  long Write(const void* bytes, uint32_t size, uint32_t* written) override {
+  PlatformResult StartPage() override {
+    return DocumentOpen() ? kErrorSuccess : kErrorInvalidParameter;
+  }
+  PlatformResult EndPage() override {
+    return DocumentOpen() ? kErrorSuccess : kErrorInvalidParameter;
+  }
+  PlatformResult Write(const void* bytes, uint32_t size, uint32_t* written) override {
     MutexLock lock(doc_mutex_);
     if (doc_http_ == nullptr) return kErrorInvalidParameter;
     if (cupsWriteRequestData(doc_http_, static_cast<const char*>(bytes), size) !=
@@ -241,7 +247,7 @@ class CupsPrinter : public SpoolerPrinter {
     *written = size;
     return kErrorSuccess;
   }
-  long EndDoc() override {
+  PlatformResult EndDoc() override {
     MutexLock lock(doc_mutex_);
     if (doc_http_ == nullptr) return kErrorInvalidParameter;
     cups::IppMessage response(cupsGetResponse(doc_http_, "/"));
@@ -312,8 +318,8 @@ class CupsSpooler : public Spooler {
  public:
   CupsSpooler(const std::string& server, SettingsStore* store) : backend_(server, store) {}
 
-  long Open(std::string_view name, uint32_t access,
-            std::unique_ptr<SpoolerPrinter>* printer) override {
+  PlatformResult Open(std::string_view name, uint32_t access,
+                      std::unique_ptr<SpoolerPrinter>* printer) override {
     const std::string queue(name);
     if (!queue.empty()) {
       // Proves the queue exists; CUPS decides on rights per request.
@@ -325,7 +331,7 @@ class CupsSpooler : public Spooler {
     return kErrorSuccess;
   }
 
-  long EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) override {
+  PlatformResult EnumPrinters2(uint32_t flags, std::vector<PrinterInfo2>* printers) override {
     std::vector<PrinterInfo2> all;
     const long error =
         backend_.GetPrinters(cups::kPrinter2Attributes, cups::kPrinter2AttributeCount, &all);
@@ -341,7 +347,7 @@ class CupsSpooler : public Spooler {
     return kErrorSuccess;
   }
 
-  long EnumPrinters4(uint32_t flags, std::vector<PrinterInfo4>* printers) override {
+  PlatformResult EnumPrinters4(uint32_t flags, std::vector<PrinterInfo4>* printers) override {
     std::vector<PrinterInfo2> all;
     const long error =
         backend_.GetPrinters(cups::kPrinter4Attributes, cups::kPrinter4AttributeCount, &all);
@@ -352,7 +358,7 @@ class CupsSpooler : public Spooler {
     return kErrorSuccess;
   }
 
-  long EnumPorts2(std::vector<PortInfo2>* ports) override {
+  PlatformResult EnumPorts2(std::vector<PortInfo2>* ports) override {
     static const char* const kUri[] = {"device-uri"};
     std::vector<PrinterInfo2> all;
     const long error = backend_.GetPrinters(kUri, 1, &all);
