@@ -2,6 +2,7 @@
 
 #include "platform/computer_name.h"
 #include "platform/unicode.h"
+#include "platform/thread_annotations.h"
 #include "support/registry.h"
 
 namespace vantrel {
@@ -63,7 +64,10 @@ std::string PrinterRegistry::FillPlaceholders(std::string escaped) const {
   return registry_path::FillPlaceholders(escaped, placeholders_);
 }
 
-bool PrinterRegistry::BeginOperation() {
+// The mutex is taken here and released in EndOperation (or the Batch's
+// destructor) when this returns true: a conditional hold across two functions
+// that the analysis cannot follow.
+bool PrinterRegistry::BeginOperation() NO_THREAD_SAFETY_ANALYSIS {
   try {
     mutex_.Lock();
     return true;
@@ -74,7 +78,7 @@ bool PrinterRegistry::BeginOperation() {
   }
 }
 
-void PrinterRegistry::EndOperation() { mutex_.Unlock(); }
+void PrinterRegistry::EndOperation() NO_THREAD_SAFETY_ANALYSIS { mutex_.Unlock(); }
 
 PrinterRegistry::Batch::Batch(PrinterRegistry& registry)
     : registry_(registry), held_(registry.BeginOperation()) {}
