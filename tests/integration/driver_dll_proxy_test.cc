@@ -67,16 +67,6 @@ class DriverProxyTest : public ::testing::Test {
 std::filesystem::path* DriverProxyTest::folder_ = nullptr;
 platform::SettingsStore* DriverProxyTest::store_ = nullptr;
 
-TEST(DriverVersionKeyTest, YearMajorsCountAsTheirYear) {
-  const uint16_t twelve[4] = {12, 0, 0, 0}, year2017[4] = {2017, 0, 0, 0};
-  const uint16_t eleven[4] = {11, 0, 0, 0}, year2025[4] = {2025, 0, 0, 0};
-  const uint16_t below[4] = {7, 2, 2, 9}, threshold[4] = {7, 2, 3, 0}, revision[4] = {7, 2, 3, 1};
-  EXPECT_GT(DriverVersionKey(twelve), DriverVersionKey(year2017));
-  EXPECT_EQ(DriverVersionKey(eleven), DriverVersionKey(year2025));
-  EXPECT_LT(DriverVersionKey(below), DriverVersionKey(threshold));
-  EXPECT_LT(DriverVersionKey(threshold), DriverVersionKey(revision));
-}
-
 TEST_F(DriverProxyTest, VersionTablesAreReadWithoutLoadingTheModule) {
   platform::ModuleVersionInfo info;
   ASSERT_EQ(platform::ReadModuleVersion(SampleModule("sample-driver"), &info), 0);
