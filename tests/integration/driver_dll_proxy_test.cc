@@ -41,8 +41,10 @@ class DriverProxyTest : public ::testing::Test {
     std::filesystem::create_directories(*folder_);
     platform::SetEnvironmentValue("VANTREL_HOME", folder_->string());
     store_ = platform::OpenSettingsStoreAt(folder_->string()).release();
+    ForgetPrinters();
   }
   static void TearDownTestSuite() {
+    ForgetPrinters();
     platform::RemoveEnvironmentValue("VANTREL_HOME");
     delete store_;
     std::filesystem::remove_all(*folder_);
@@ -57,6 +59,18 @@ class DriverProxyTest : public ::testing::Test {
   }
   static PrinterRegistry Settings(const std::string& printer) {
     return PrinterRegistry(printer, {}, {}, {}, 0, store_);
+  }
+  // Removes the keys of the suite's printers, also those an earlier run left.
+  // On Windows the store is the registry, which outlives the run, and a key
+  // under Print\Printers is listed there as a printer that cannot be opened.
+  static void ForgetPrinters() {
+    for (const char* name :
+         {"InProcess", "Isolated", "NoUI", "Settings Host", "Settings Local", "Killed Host"}) {
+      PrinterRegistry printer = Settings(name);
+      printer.DeleteKey("SETTINGS:");
+      printer.DeleteKey("DATA:");
+      printer.DeleteKey("2:SYSTEM/CurrentControlSet/Control/Print/Printers/[PRINTER]");
+    }
   }
   static std::string TempFile(const std::string& name) { return (*folder_ / name).string(); }
 
