@@ -7,13 +7,14 @@ FUZZ      := build-fuzz
 CLANG     := build-clang
 CMAKE_GEN := -G Ninja -DPython3_EXECUTABLE=/usr/bin/python3
 
-.PHONY: demo test deps native windows fuzz thread-safety test-asan test-tsan fuzz-long bench format tidy clean
+.PHONY: demo test deps native windows fuzz thread-safety test-asan test-tsan fuzz-long bench \
+  format format-check tidy clean
 
 demo: native
 	scripts/demo $(NATIVE)
 
 test: thread-safety native windows fuzz
-	scripts/run-tests --native $(NATIVE) --windows $(WINDOWS) --fuzz $(FUZZ)
+	scripts/run-tests --format --native $(NATIVE) --windows $(WINDOWS) --fuzz $(FUZZ)
 
 deps:
 	@scripts/install-deps
@@ -65,7 +66,11 @@ bench: native
 	  BM_SpoolerEnumPrinters2 BM_OneCupsGetPrintersRequest
 
 format:
-	git ls-files '*.h' '*.cc' | xargs clang-format -i
+	git ls-files '*.h' '*.cc' '*.c' | xargs clang-format -i
+
+# Fails when a tracked C or C++ file is not formatted (also part of `make test`).
+format-check:
+	scripts/check-format
 
 tidy: native
 	git ls-files 'src/*.cc' | xargs clang-tidy -p $(NATIVE) --quiet

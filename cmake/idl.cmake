@@ -29,11 +29,17 @@ add_custom_command(OUTPUT ${idlgen_outputs}
 set(VANTREL_IDL_SOURCES ${idlgen_outputs})
 
 if(WIN32)
+  # The IDL compiler and the Wine headers and type libraries it imports
+  # (oaidl.idl, stdole2.tlb).
+  set(VANTREL_WIDL "x86_64-w64-mingw32-widl" CACHE FILEPATH "The widl IDL compiler")
+  set(VANTREL_WIDL_INCLUDE_DIR "/usr/include/wine/wine/windows" CACHE PATH
+    "Folder of the Windows IDL files widl imports")
+  set(VANTREL_WIDL_LIBRARY_DIR "/usr/lib/x86_64-linux-gnu/wine/x86_64-windows" CACHE PATH
+    "Folder of the Windows type libraries widl imports")
   set(widl_outputs ${VANTREL_IDL_DIR}/vantrel.h ${VANTREL_IDL_DIR}/vantrel_i.c
     ${VANTREL_IDL_DIR}/vantrel.tlb)
   add_custom_command(OUTPUT ${widl_outputs}
-    COMMAND x86_64-w64-mingw32-widl -I/usr/include/wine/wine/windows
-      -L/usr/lib/x86_64-linux-gnu/wine/x86_64-windows
+    COMMAND ${VANTREL_WIDL} -I${VANTREL_WIDL_INCLUDE_DIR} -L${VANTREL_WIDL_LIBRARY_DIR}
       -h -H ${VANTREL_IDL_DIR}/vantrel.h -u -U ${VANTREL_IDL_DIR}/vantrel_i.c
       -t -T ${VANTREL_IDL_DIR}/vantrel.tlb ${idl_file}
     WORKING_DIRECTORY ${VANTREL_IDL_DIR}

@@ -57,7 +57,7 @@ PrinterRegistry::PrinterRegistry(std::string printer, std::string server, std::s
 
 std::string PrinterRegistry::RewritePath(std::string escaped) const {
   if (!remote_) return escaped;
-  return registry_path::RewriteForServer(escaped, placeholders_.server);
+  return registry_path::RewriteForServer(escaped);
 }
 
 std::string PrinterRegistry::FillPlaceholders(std::string escaped) const {

@@ -226,7 +226,7 @@ std::string FillPlaceholders(std::string_view escaped, const RegistryPlaceholder
   return filled;
 }
 
-std::string RewriteForServer(std::string_view escaped, std::string_view server) {
+std::string RewriteForServer(std::string_view escaped) {
   const std::string_view name = LeadingName(escaped);
   const std::string upper = AsciiUpper(name);
   const char* root = nullptr;
@@ -241,8 +241,10 @@ std::string RewriteForServer(std::string_view escaped, std::string_view server) 
   } else {
     return std::string(escaped);
   }
-  std::string branch = std::string(root) + std::string(kDriversBranch) + EncodeComponent(server) +
-                       std::string(subfolder);
+  // The server goes in as its placeholder, filled with the others: text put
+  // in before that step would be read for placeholders itself.
+  std::string branch =
+      std::string(root) + std::string(kDriversBranch) + "[SERVER]" + std::string(subfolder);
   return JoinComponents(branch, escaped.substr(name.size() + 1));
 }
 

@@ -68,12 +68,13 @@ std::string ExpandNamedKey(std::string_view escaped);
 std::string FillPlaceholders(std::string_view escaped, const RegistryPlaceholders& values);
 
 // For a printer on another server: an escaped path beginning with "PRINT:",
-// "LOCAL:" or "USER:" (any letter case) moves to that server's branch:
-//   LOCAL:x -> 2:SOFTWARE/Marlock Scientific/Drivers/@<server>/x
-//   PRINT:x -> 2:SOFTWARE/Marlock Scientific/Drivers/@<server>/Print/x
-//   USER:x  -> 1:SOFTWARE/Marlock Scientific/Drivers/@<server>/x
+// "LOCAL:" or "USER:" (any letter case) moves to that server's branch, named
+// by the "[SERVER]" placeholder that step 4 fills:
+//   LOCAL:x -> 2:SOFTWARE/Marlock Scientific/Drivers/@[SERVER]/x
+//   PRINT:x -> 2:SOFTWARE/Marlock Scientific/Drivers/@[SERVER]/Print/x
+//   USER:x  -> 1:SOFTWARE/Marlock Scientific/Drivers/@[SERVER]/x
 // Other paths come back unchanged.
-std::string RewriteForServer(std::string_view escaped, std::string_view server);
+std::string RewriteForServer(std::string_view escaped);
 
 // Step 5 on an expanded, filled path. False when the path does not start with
 // a single digit 0-3 and a colon.

@@ -17,31 +17,18 @@
 #include "platform/win32_errors.h"
 #include "support/event_log.h"
 #include "support/registry.h"
-#include "unit/mutex_holder.h"
-#include "unit/worker.h"
+#include "unit/event_log_lines.h"
 
 namespace vantrel {
 namespace {
 
 using platform::SystemLogType;
 using testing::FakeSettingsStore;
-
-struct SystemLogEntry {
-  SystemLogType type;
-  std::string message;
-};
-
-class RecordingSystemLog : public platform::SystemLog {
- public:
-  explicit RecordingSystemLog(std::shared_ptr<std::vector<SystemLogEntry>> entries)
-      : entries_(std::move(entries)) {}
-  void Write(SystemLogType type, std::string_view message) override {
-    entries_->push_back({type, std::string(message)});
-  }
-
- private:
-  std::shared_ptr<std::vector<SystemLogEntry>> entries_;
-};
+using testing::ParsedLine;
+using testing::ParseLine;
+using testing::ReadLines;
+using testing::RecordingSystemLog;
+using testing::SystemLogEntry;
 
 class TempFolder {
  public:
@@ -57,46 +44,6 @@ class TempFolder {
  private:
   std::filesystem::path path_;
 };
-
-std::vector<std::string> ReadLines(const std::string& path) {
-  std::ifstream file(path);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-struct ParsedLine {
-  int month = 0, day = 0, year = 0, hour = 0, minute = 0, second = 0;
-  std::string name, level;
-  uint64_t thread = 0;
-  std::string message;
-};
-
-// Splits a file line into its fields. The message is taken as it stands
-// (std::regex would recurse once per character of a long message).
-bool ParseLine(const std::string& line, ParsedLine* out) {
-  std::vector<std::string> fields;
-  size_t start = 0;
-  for (int i = 0; i < 4; ++i) {
-    const size_t comma = line.find(", ", start);
-    if (comma == std::string::npos) return false;
-    fields.push_back(line.substr(start, comma - start));
-    start = comma + 2;
-  }
-  static const std::regex stamp(R"((\d\d)/(\d\d)/(\d{4}) (\d\d):(\d\d):(\d\d))");
-  static const std::regex thread(R"(Thread:0x([0-9a-f]+))");
-  std::smatch time, id;
-  if (!std::regex_match(fields[0], time, stamp) || !std::regex_match(fields[3], id, thread))
-    return false;
-  *out = ParsedLine{std::stoi(time[1]), std::stoi(time[2]), std::stoi(time[3]),
-                    std::stoi(time[4]), std::stoi(time[5]), std::stoi(time[6]),
-                    fields[1],          fields[2],          std::stoull(id[1], nullptr, 16),
-                    line.substr(start)};
-  return true;
-}
 
 TEST(EventLogTest, LevelNames) {
   const std::map<uint32_t, std::string> names{
@@ -297,64 +244,6 @@ TEST(EventLogTest, ProcessLogIsCreatedOnce) {
   for (const auto& log : seen) EXPECT_EQ(log, seen[0]);
   EXPECT_EQ(OEventLog::ProcessIfCreated(), seen[0]);
   EXPECT_EQ(seen[0]->name(), "Marlock Vantrel V3");
-}
-
-// Another process holding the log's mutex, found by its name, holds back
-// every line; its end (as a crash) lets the line through.
-TEST(EventLogTest, FileLinesWaitForTheProcessHoldingTheLogMutex) {
-  TempFolder folder;
-  OEventLogBase log("Held Log", folder.str());
-  log.SetSystemLogForTesting(
-      std::make_unique<RecordingSystemLog>(std::make_shared<std::vector<SystemLogEntry>>()));
-  const std::string path = platform::JoinPath(folder.str(), "Held_Log.txt");
-  vantrel::testing::MutexHolderProcess holder("Marlock Software File Log Mutex for Held Log");
-  ASSERT_TRUE(holder.holding());
-  auto writing = std::async(std::launch::async, [&] { log.Write(kLogInfo, "after the holder"); });
-  EXPECT_EQ(writing.wait_for(std::chrono::milliseconds(500)), std::future_status::timeout);
-  EXPECT_TRUE(ReadLines(path).empty()) << "written while another process held the mutex";
-  holder.Kill();
-  ASSERT_EQ(writing.wait_for(std::chrono::seconds(30)), std::future_status::ready);
-  const auto lines = ReadLines(path);
-  ASSERT_EQ(lines.size(), 1u);
-  ParsedLine parsed;
-  ASSERT_TRUE(ParseLine(lines[0], &parsed)) << lines[0];
-  EXPECT_EQ(parsed.message, "after the holder");
-}
-
-constexpr int kLinesPerWorker = 1000;
-
-// Appends numbered lines to the log named args[1] in folder args[0].
-VANTREL_TEST_WORKER(event_log_appender) {
-  OEventLogBase log("Append Test", args.at(0));
-  log.SetSystemLogForTesting(
-      std::make_unique<RecordingSystemLog>(std::make_shared<std::vector<SystemLogEntry>>()));
-  const std::string padding(150, '.');
-  for (int i = 0; i < kLinesPerWorker; ++i)
-    log.Write(kLogInfo, args.at(1) + " " + std::to_string(i) + " " + padding);
-  return 0;
-}
-
-TEST(EventLogTest, ProcessesAppendWholeLines) {
-  TempFolder folder;
-  auto first = vantrel::testing::StartWorker("event_log_appender", {folder.str(), "one"});
-  auto second = vantrel::testing::StartWorker("event_log_appender", {folder.str(), "two"});
-  ASSERT_TRUE(first && second);
-  EXPECT_EQ(vantrel::testing::WaitForWorker(*first), 0);
-  EXPECT_EQ(vantrel::testing::WaitForWorker(*second), 0);
-
-  const auto lines = ReadLines(platform::JoinPath(folder.str(), "Append_Test.txt"));
-  ASSERT_EQ(lines.size(), 2u * kLinesPerWorker);
-  std::map<std::string, int> next{{"one", 0}, {"two", 0}};
-  const std::regex message(R"(^(one|two) (\d+) \.{150}$)");
-  for (const std::string& line : lines) {
-    ParsedLine parsed;
-    std::smatch match;
-    ASSERT_TRUE(ParseLine(line, &parsed) && std::regex_match(parsed.message, match, message))
-        << line;
-    EXPECT_EQ(std::stoi(match[2]), next[match[1]]++) << "lines of one process out of order";
-  }
-  EXPECT_EQ(next["one"], kLinesPerWorker);
-  EXPECT_EQ(next["two"], kLinesPerWorker);
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "unit/mutex_holder.h"
+#include "unit/scratch.h"
 
 namespace vantrel::platform {
 namespace {

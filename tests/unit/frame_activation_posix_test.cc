@@ -1,12 +1,11 @@
 // Registration and creation by ProgID on Linux, where the registered keys live
-// in the settings store; and a plain C client of libvantrel.so.
+// in the settings store.
 #include <gtest/gtest.h>
 
 #include "frame/com_ptr.h"
 #include "frame/ole_string.h"
 #include "frame/registration.h"
 #include "platform/named_mutex.h"
-#include "platform/process.h"
 #include "platform/registry_value.h"
 #include "platform/win32_errors.h"
 #include "unit/frame_test_support.h"
@@ -128,14 +127,6 @@ TEST(ActivationTest, RegistrationStopsAtTheFirstFailedWrite) {
   EXPECT_EQ(hr, HRESULT_FROM_WIN32(static_cast<DWORD>(platform::kErrorAccessDenied)));
   EXPECT_EQ(writes, 1);
   EXPECT_EQ(after, "<missing>");
-}
-
-TEST(ActivationTest, PlainCClientCreatesEveryClassThroughTheSharedLibrary) {
-  std::unique_ptr<platform::ChildProcess> child;
-  ASSERT_EQ(platform::StartProcess(VANTREL_C_CLIENT, {VANTREL_SHARED_LIBRARY}, &child), 0);
-  int failures = -1;
-  ASSERT_TRUE(child->Wait(60000, &failures));
-  EXPECT_EQ(failures, 0);  // the client prints what failed
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "platform/named_mutex.h"
-#include "unit/mutex_holder.h"
+#include "unit/scratch.h"
 
 namespace vantrel::platform {
 namespace {

@@ -1,23 +1,20 @@
-// The named mutex contract, the same on both targets: between threads of one
-// process and between processes, with time-outs, recursion and abandonment.
+// The named mutex contract, the same on both targets, between threads of one
+// process: exclusion, time-outs, recursion and ownership. Between processes:
+// tests/integration/cross_process_lock_test.cc.
 #include "platform/named_mutex.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <fstream>
 #include <thread>
 #include <vector>
 
 #include "platform/clock.h"
-#include "unit/mutex_holder.h"
-#include "unit/worker.h"
+#include "unit/scratch.h"
 
 namespace vantrel::platform {
 namespace {
 
-using testing::MutexHolderProcess;
-using testing::ScratchFolder;
 using testing::UniqueName;
 
 std::unique_ptr<NamedMutex> Open(const std::string& name) {
@@ -35,22 +32,6 @@ WaitResult WaitOnOtherThread(NamedMutex& mutex, uint32_t timeout_ms) {
     if (result == WaitResult::kAcquired || result == WaitResult::kAbandoned) mutex.Release();
   }).join();
   return result;
-}
-
-// Increments the number in a file `iterations` times under the mutex. Args:
-// mutex name, counter file, iterations. Fails unless every wait is clean.
-VANTREL_TEST_WORKER(mutex_counter) {
-  if (args.size() != 3) return 90;
-  std::unique_ptr<NamedMutex> mutex;
-  if (CreateNamedMutex(args[0], &mutex) != 0) return 91;
-  for (int i = std::stoi(args[2]); i > 0; --i) {
-    if (mutex->Wait(kInfiniteWait) != WaitResult::kAcquired) return 92;
-    int count = 0;
-    std::ifstream(args[1]) >> count;
-    std::ofstream(args[1], std::ios::trunc) << count + 1;
-    if (!mutex->Release()) return 93;
-  }
-  return 0;
 }
 
 TEST(NamedMutexTest, ThreadsExcludeEachOtherThroughSeparateObjectsOfOneName) {
@@ -113,58 +94,6 @@ TEST(NamedMutexTest, UnnamedMutexesAreIndependentOfEachOther) {
   EXPECT_EQ(WaitOnOtherThread(*second, 0), WaitResult::kAcquired);
   EXPECT_EQ(WaitOnOtherThread(*first, 0), WaitResult::kTimeout);
   EXPECT_TRUE(first->Release());
-}
-
-TEST(NamedMutexTest, TimedWaitGivesUpWhileAnotherProcessHoldsIt) {
-  const std::string name = UniqueName("vantrel-test-timeout-");
-  auto mutex = Open(name);
-  MutexHolderProcess holder(name);
-  ASSERT_TRUE(holder.holding());
-  const uint64_t start = TickCount64();
-  EXPECT_EQ(mutex->Wait(250), WaitResult::kTimeout);
-  const uint64_t elapsed = TickCount64() - start;
-  EXPECT_GE(elapsed, 240u);
-  EXPECT_LT(elapsed, 5000u);
-}
-
-TEST(NamedMutexTest, WaiterLearnsThatTheHolderDiedHoldingIt) {
-  const std::string name = UniqueName("vantrel-test-abandoned-");
-  auto mutex = Open(name);
-  MutexHolderProcess holder(name);
-  ASSERT_TRUE(holder.holding());
-  holder.Kill();
-  EXPECT_EQ(mutex->Wait(10000), WaitResult::kAbandoned);
-  EXPECT_TRUE(mutex->Release());
-  // Abandonment is reported once; the mutex is then whole again.
-  EXPECT_EQ(mutex->Wait(0), WaitResult::kAcquired);
-  EXPECT_TRUE(mutex->Release());
-}
-
-TEST(NamedMutexTest, DeadHolderLeavesNothingBehindWhenNobodyElseHadItOpen) {
-  const std::string name = UniqueName("vantrel-test-fresh-");
-  {
-    MutexHolderProcess holder(name);
-    ASSERT_TRUE(holder.holding());
-    holder.Kill();
-  }
-  auto mutex = Open(name);
-  EXPECT_EQ(mutex->Wait(10000), WaitResult::kAcquired);
-  EXPECT_TRUE(mutex->Release());
-}
-
-TEST(NamedMutexTest, ProcessesTakeTurns) {
-  const std::string name = UniqueName("vantrel-test-turns-");
-  ScratchFolder scratch;
-  const std::string counter = (scratch.path() / "counter").string();
-  constexpr int kRounds = 100;
-  auto first = testing::StartWorker("mutex_counter", {name, counter, std::to_string(kRounds)});
-  auto second = testing::StartWorker("mutex_counter", {name, counter, std::to_string(kRounds)});
-  ASSERT_TRUE(first && second);
-  EXPECT_EQ(testing::WaitForWorker(*first), 0);
-  EXPECT_EQ(testing::WaitForWorker(*second), 0);
-  int count = 0;
-  std::ifstream(counter) >> count;
-  EXPECT_EQ(count, 2 * kRounds);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "fakes/fake_spooler.h"
 #include "platform/win32_errors.h"
-#include "unit/mutex_holder.h"
+#include "unit/scratch.h"
 
 namespace vantrel {
 namespace {

@@ -134,6 +134,20 @@ TEST(RegistryPathTest, PrinterOnAnotherServerUsesThatServersBranch) {
   for (const PathRow& row : rows) ExpectResolves(remote, row);
 }
 
+// Names that look like placeholders or escapes are filled in as they stand.
+TEST(RegistryPathTest, FilledNamesAreNotReadAgain) {
+  const PrinterRegistry remote("[SERVER]%2F", "\\[PRINTER]", "[OEM]", "a/b");
+  ASSERT_TRUE(remote.is_remote());
+  const std::string branch = "SOFTWARE\\Marlock Scientific\\Drivers\\@[PRINTER]";
+  const PathRow rows[] = {
+      {"LOCAL:Value", true, RegistryRoot::kLocalMachine, branch, "Value"},
+      {"PRINT:", false, RegistryRoot::kLocalMachine, branch + "\\Print", ""},
+      {"2:K/[PRINTER]/[PORT]/[OEM]/[SERVER]", false, RegistryRoot::kLocalMachine,
+       "K\\[SERVER]%2F\\[OEM]\\a/b\\[PRINTER]", ""},
+  };
+  for (const PathRow& row : rows) ExpectResolves(remote, row);
+}
+
 TEST(RegistryPathTest, LocalServerNamesAreNotRemote) {
   const std::string local = LocalName();
   ASSERT_FALSE(local.empty());

@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "platform/process.h"
-#include "unit/cups_sandbox_posix.h"
+#include "integration/cups_sandbox_posix.h"
 
 namespace vantrel::testing {
 namespace {

@@ -1,7 +1,7 @@
 // The spooler contract over a private CUPS scheduler, and what only CUPS can
 // show: state reasons set by the administrator, a scheduler restart.
 #include "platform/cups/spooler_cups_posix.h"
-#include "unit/cups_sandbox_posix.h"
+#include "integration/cups_sandbox_posix.h"
 #include "unit/settings_store_test_support.h"
 #include "unit/spooler_contract.h"
 

@@ -3,7 +3,7 @@
 #include <map>
 
 #include "platform/named_mutex.h"
-#include "unit/worker.h"
+#include "integration/worker.h"
 
 namespace vantrel::testing {
 namespace {

@@ -12,7 +12,7 @@
 #include "platform/registry_value.h"
 #include "platform/settings_store.h"
 #include "unit/settings_store_test_support.h"
-#include "unit/worker.h"
+#include "integration/worker.h"
 
 namespace vantrel::testing {
 namespace {

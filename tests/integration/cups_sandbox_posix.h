@@ -71,8 +71,7 @@ class CupsSandbox {
   }
   int Run(const std::string& action) {
     const std::filesystem::path script =
-        std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "scripts" /
-        "cups-sandbox";
+        std::filesystem::path(VANTREL_SOURCE_DIR) / "scripts" / "cups-sandbox";
     const std::string command =
         "'" + script.string() + "' " + action + " '" + (dir_ / "cupsd").string() + "' >'" +
         (dir_ / (action + ".out")).string() + "' 2>'" + (dir_ / (action + ".err")).string() + "'";

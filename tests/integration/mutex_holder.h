@@ -1,29 +1,13 @@
-// Helpers for tests of cross-process locks: unique names, scratch folders and
-// a worker process that holds a named mutex.
+// A worker process that holds a named mutex, for tests of cross-process locks.
 #pragma once
 
-#include <filesystem>
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "platform/process.h"
+#include "unit/scratch.h"
 
 namespace vantrel::testing {
-
-// A name no other test run uses: the prefix and random hexadecimal digits.
-std::string UniqueName(std::string_view prefix);
-
-// A fresh, empty folder under the system's temporary folder, removed with the object.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ~ScratchFolder();
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 // A worker process that holds the named mutex `name` until it is killed.
 class MutexHolderProcess {

@@ -8,7 +8,7 @@
 #include "platform/folders.h"
 #include "platform/named_mutex.h"
 #include "platform/win32_errors.h"
-#include "unit/worker.h"
+#include "integration/worker.h"
 
 namespace vantrel::platform {
 namespace {
@@ -77,7 +77,7 @@ TEST(ProcessTest, MissingProgramIsReportedAsFileNotFound) {
 TEST(ProcessTest, ModuleNameIsTheLastPartOfTheExecutablePath) {
   const std::string path = CurrentExecutablePath();
   const std::string name = ProcessModuleName();
-  EXPECT_NE(name.find("vantrel_unit_tests"), std::string::npos) << name;
+  EXPECT_NE(name.find("vantrel_integration_tests"), std::string::npos) << name;
   ASSERT_GT(path.size(), name.size());
   EXPECT_EQ(path.substr(path.size() - name.size()), name);
   EXPECT_TRUE(path[path.size() - name.size() - 1] == '/' ||

@@ -1,14 +1,13 @@
-#include "unit/mutex_holder.h"
+#include "integration/mutex_holder.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
-#include <random>
-#include <sstream>
 
 #include "platform/clock.h"
 #include "platform/named_mutex.h"
-#include "unit/worker.h"
+#include "integration/worker.h"
 
 namespace vantrel::testing {
 namespace {
@@ -27,24 +26,6 @@ VANTREL_TEST_WORKER(mutex_holder) {
 }
 
 }  // namespace
-
-std::string UniqueName(std::string_view prefix) {
-  std::random_device random;
-  std::uniform_int_distribution<uint64_t> digits;
-  std::ostringstream name;
-  name << prefix << std::hex << digits(random);
-  return name.str();
-}
-
-ScratchFolder::ScratchFolder()
-    : path_(std::filesystem::temp_directory_path() / UniqueName("vantrel-test-")) {
-  std::filesystem::create_directories(path_);
-}
-
-ScratchFolder::~ScratchFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
 
 MutexHolderProcess::MutexHolderProcess(const std::string& name) {
   const std::filesystem::path ready = scratch_.path() / "holding";
