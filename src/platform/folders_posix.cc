@@ -1,23 +1,19 @@
 #include "platform/folders.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 
 #include "platform/process.h"
+#include "platform/user_folders_posix.h"
 
 namespace vantrel::platform {
 namespace {
 
 constexpr char kSystemLogFolder[] = "/var/log/vantrel";
 
-std::string Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
+std::string Environment(const char* name) { return EnvironmentText(name); }
 
 std::string WithoutTrailingSlash(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
@@ -36,23 +32,8 @@ bool CanWriteOrCreate(const std::string& folder) {
   return access(parent.empty() ? "/" : parent.c_str(), W_OK | X_OK) == 0;
 }
 
-std::string HomeFolder() {
-  if (std::string home = Environment("HOME"); !home.empty()) return home;
-  passwd entry{};
-  passwd* found = nullptr;
-  char buffer[4096];
-  if (getpwuid_r(getuid(), &entry, buffer, sizeof buffer, &found) == 0 && found != nullptr) {
-    return found->pw_dir;
-  }
-  return "/tmp";
-}
-
 // The XDG state folder: $XDG_STATE_HOME when it is absolute, else ~/.local/state.
-std::string UserStateFolder() {
-  const std::string configured = Environment("XDG_STATE_HOME");
-  if (!configured.empty() && configured.front() == '/') return WithoutTrailingSlash(configured);
-  return JoinPath(HomeFolder(), ".local/state");
-}
+std::string UserStateFolder() { return XdgFolder("XDG_STATE_HOME", ".local/state"); }
 
 }  // namespace
 

@@ -11,15 +11,14 @@
 // not write the store folder (a user reading the service's machine keys still
 // keeps settings of their own).
 #include <fcntl.h>
-#include <pwd.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
 
 #include "platform/folders.h"
 #include "platform/settings_store.h"
 #include "platform/sqlite/sqlite_store_posix.h"
+#include "platform/user_folders_posix.h"
 
 namespace vantrel::platform {
 namespace {
@@ -28,32 +27,14 @@ constexpr char kSystemStoreFolder[] = "/var/lib/vantrel";
 
 std::atomic<SettingsStore*> g_store_for_testing{nullptr};
 
-std::string Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
+std::string Environment(const char* name) { return EnvironmentText(name); }
 
 std::string WithoutTrailingSlash(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
   return path;
 }
 
-std::string HomeFolder() {
-  if (std::string home = Environment("HOME"); !home.empty()) return home;
-  passwd entry{};
-  passwd* found = nullptr;
-  char buffer[4096];
-  if (getpwuid_r(getuid(), &entry, buffer, sizeof buffer, &found) == 0 && found != nullptr) {
-    return found->pw_dir;
-  }
-  return "/tmp";
-}
-
-std::string UserDataFolder() {
-  const std::string configured = Environment("XDG_DATA_HOME");
-  if (!configured.empty() && configured.front() == '/') return WithoutTrailingSlash(configured);
-  return JoinPath(HomeFolder(), ".local/share");
-}
+std::string UserDataFolder() { return XdgFolder("XDG_DATA_HOME", ".local/share"); }
 
 bool IsWritableFolder(const std::string& folder) {
   return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
