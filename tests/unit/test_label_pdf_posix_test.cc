@@ -16,7 +16,8 @@ namespace {
 struct PdfFacts {
   int pages = 0;
   std::vector<std::array<double, 4>> media_boxes;
-  int filled_rectangles = 0;  // "re" operators in the page contents
+  // The "x y w h re" operands of the page contents, in points.
+  std::vector<std::array<double, 4>> rectangles;
 };
 
 std::string Inflate(const std::string& compressed) {
@@ -30,18 +31,22 @@ std::string Inflate(const std::string& compressed) {
   return out;
 }
 
-int CountRectangles(const std::string& pdf) {
+std::array<double, 4> Numbers(const std::smatch& match) {
+  return {std::stod(match[1]), std::stod(match[2]), std::stod(match[3]), std::stod(match[4])};
+}
+
+std::vector<std::array<double, 4>> Rectangles(const std::string& pdf) {
   static const std::regex stream(R"(/Filter /FlateDecode[^>]*>>\s*stream\r?\n)");
-  static const std::regex rectangle(R"([-\d.]+ [-\d.]+ [-\d.]+ [-\d.]+ re\b)");
-  int count = 0;
+  static const std::regex rectangle(R"(([-\d.]+) ([-\d.]+) ([-\d.]+) ([-\d.]+) re\b)");
+  std::vector<std::array<double, 4>> found;
   for (std::sregex_iterator it(pdf.begin(), pdf.end(), stream), end; it != end; ++it) {
     const size_t start = it->position() + it->length();
-    const size_t stop = pdf.find("endstream", start);
-    const std::string contents = Inflate(pdf.substr(start, stop - start));
-    count += std::distance(std::sregex_iterator(contents.begin(), contents.end(), rectangle),
-                           std::sregex_iterator());
+    const std::string contents = Inflate(pdf.substr(start, pdf.find("endstream", start) - start));
+    for (std::sregex_iterator re(contents.begin(), contents.end(), rectangle); re != end; ++re) {
+      found.push_back(Numbers(*re));
+    }
   }
-  return count;
+  return found;
 }
 
 PdfFacts Read(const std::string& pdf) {
@@ -51,10 +56,9 @@ PdfFacts Read(const std::string& pdf) {
       std::distance(std::sregex_iterator(pdf.begin(), pdf.end(), page), std::sregex_iterator());
   static const std::regex box(R"(/MediaBox\s*\[\s*([-\d.]+) ([-\d.]+) ([-\d.]+) ([-\d.]+)\s*\])");
   for (std::sregex_iterator it(pdf.begin(), pdf.end(), box), end; it != end; ++it) {
-    facts.media_boxes.push_back(
-        {std::stod((*it)[1]), std::stod((*it)[2]), std::stod((*it)[3]), std::stod((*it)[4])});
+    facts.media_boxes.push_back(Numbers(*it));
   }
-  facts.filled_rectangles = CountRectangles(pdf);
+  facts.rectangles = Rectangles(pdf);
   return facts;
 }
 
@@ -76,7 +80,16 @@ TEST(TestLabelPdfTest, StandardLabelIsOnePageOfTheLabelsSizeWithTheDesign) {
   const PdfFacts facts = Read(pdf);
   // 95.6 by 152.4 mm in points of 1/72 inch.
   ExpectOnePageOfPoints(facts, 95.6 / 25.4 * 72, 432);
-  EXPECT_EQ(facts.filled_rectangles, 21);
+  // Each rectangle sits where the printer's dots would, measured from the top
+  // left corner; the drawing library keeps 1/256 point.
+  ASSERT_EQ(facts.rectangles.size(), 21u);
+  for (size_t i = 0; i < facts.rectangles.size(); ++i) {
+    const DeviceRect dots = TestLabelDeviceRect(TestLabelDesign()[i], 1.0, {203, 203});
+    const std::array<double, 4> points = {dots.left * 72.0 / 203, dots.top * 72.0 / 203,
+                                          (dots.right - dots.left) * 72.0 / 203,
+                                          (dots.bottom - dots.top) * 72.0 / 203};
+    for (size_t k = 0; k < 4; ++k) EXPECT_NEAR(facts.rectangles[i][k], points[k], 0.005) << i;
+  }
 }
 
 TEST(TestLabelPdfTest, BlankLabelIsOneEmptyPage) {
@@ -84,7 +97,7 @@ TEST(TestLabelPdfTest, BlankLabelIsOneEmptyPage) {
   ASSERT_EQ(RenderTestLabelPdf(TestLabelKind::kBlank, {true, 381, true, 254}, {300, 300}, &pdf), 0);
   const PdfFacts facts = Read(pdf);
   ExpectOnePageOfPoints(facts, 32.1 / 25.4 * 72, 72);
-  EXPECT_EQ(facts.filled_rectangles, 0);
+  EXPECT_TRUE(facts.rectangles.empty());
 }
 
 TEST(TestLabelPdfTest, ImpossibleSizesAreRefused) {
