@@ -67,7 +67,8 @@ const std::array<DesignRect, 21>& TestLabelDesign();
 LabelSize TestLabelSizeOf(const LabelPaper& paper);
 
 // The factor the design is drawn at: the smallest of width / 2 inches,
-// length / 1 inch and 1.0, so the design shrinks to fit and never grows.
+// length / 1 inch and 1.0, so the design shrinks to fit and never grows;
+// 0 for a label with no width left after its margins.
 double TestLabelScale(const LabelSize& size);
 
 // One rectangle of the design in device dots at `scale` and `resolution`:
