@@ -87,6 +87,8 @@ TEST(TestLabelDrawTest, FullScaleRectanglesInDots) {
   EXPECT_EQ(at300[2], (DeviceRect{3, 297, 603, 300}));
   EXPECT_EQ(at300[3], (DeviceRect{3, 0, 6, 300}));
   EXPECT_EQ(at300[8], (DeviceRect{33, 60, 153, 75}));
+  // Resolutions across and down each apply to their own axis.
+  EXPECT_EQ(TestLabelDeviceRect({0, 1000, 10, 0}, 1.0, {600, 300}), (DeviceRect{6, 0, 12, 300}));
 }
 
 TEST(TestLabelDrawTest, ShrunkRectanglesInDots) {
@@ -122,19 +124,6 @@ TEST(TestLabelDrawTest, EveryRectangleIsNormalisedAndInsideTheDesign) {
       }
     }
   }
-}
-
-TEST(TestLabelDrawTest, ReversedCornersDrawTheirNormalisedForm) {
-  const DesignRect reversed{1970, 960, 30, 970};
-  const DesignRect upside_down{30, 970, 40, 30};
-  for (const double scale : {1.0, 32100.0 / 50800.0}) {
-    EXPECT_EQ(TestLabelDeviceRect(reversed, scale, k203Dpi),
-              TestLabelDeviceRect({30, 960, 1970, 970}, scale, k203Dpi));
-    EXPECT_EQ(TestLabelDeviceRect(upside_down, scale, k300Dpi),
-              TestLabelDeviceRect({30, 30, 40, 970}, scale, k300Dpi));
-  }
-  // Different resolutions across and down each apply to their own axis.
-  EXPECT_EQ(TestLabelDeviceRect({0, 1000, 10, 0}, 1.0, {600, 300}), (DeviceRect{6, 0, 12, 300}));
 }
 
 TEST(TestLabelDrawTest, OnePageOfTheLabelsSizeWhateverTheKind) {
