@@ -65,6 +65,9 @@ std::string ClientUtility::last_transaction_id() const {
 
 ClientUtility::Settings ClientUtility::ReadSettings(const XpmlPrinterContext& context) {
   Settings settings;
+  // The spooler is asked before the cross-process mutex is taken: a slow
+  // scheduler must not hold up every process's settings.
+  const std::optional<uint32_t> discovered = DiscoveredPort(context);
   PrinterRegistry registry = RegistryFor(context, store_);
   // One hold of the cross-process mutex for all the reads of an exchange.
   PrinterRegistry::Batch batch(registry);
@@ -84,7 +87,7 @@ ClientUtility::Settings ClientUtility::ReadSettings(const XpmlPrinterContext& co
   // Only this computer's printers can discover their service's port; the
   // service of another server is reached on its configured TCP port.
   settings.port = DiscoversPort(context)
-                      ? RefactoredPort(registry, context)
+                      ? RefactoredPort(registry, discovered)
                       : ReadNumber(registry, "NETWORK:TCP Port").value_or(kDefaultTcpPort);
   if (!context.network_printer) settings.local_port = ReadNumber(registry, kLocalRoutePortPath);
   return settings;
@@ -94,18 +97,22 @@ bool ClientUtility::DiscoversPort(const XpmlPrinterContext& context) {
   return !context.network_printer && context.server.empty();
 }
 
+std::optional<uint32_t> ClientUtility::DiscoveredPort(const XpmlPrinterContext& context) const {
+  if (!DiscoversPort(context)) return std::nullopt;
+  return ReadPrinterDataPort(context.printer);
+}
+
 uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& context) {
+  const std::optional<uint32_t> discovered = DiscoveredPort(context);
   PrinterRegistry registry = RegistryFor(context, store_);
   PrinterRegistry::Batch batch(registry);
-  return RefactoredPort(registry, context);
+  return RefactoredPort(registry, discovered);
 }
 
 uint32_t ClientUtility::RefactoredPort(PrinterRegistry& registry,
-                                       const XpmlPrinterContext& context) {
+                                       const std::optional<uint32_t>& found) {
   static constexpr const char* kFunction = "ClientUtility::GetRefactoredTcpPortNumber: ";
   const std::optional<uint32_t> stored = ReadNumber(registry, "NETWORK:XPML Server Port");
-  std::optional<uint32_t> found;
-  if (DiscoversPort(context)) found = ReadPrinterDataPort(context.printer);
   if (!found) {
     const uint32_t port = stored.value_or(kDefaultXpmlServerPort);
     Log(kLogWarnings, std::string(kFunction) +

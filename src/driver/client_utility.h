@@ -88,7 +88,12 @@ class ClientUtility {
   struct Settings;
   Settings ReadSettings(const XpmlPrinterContext& context);
   static bool DiscoversPort(const XpmlPrinterContext& context);
-  uint32_t RefactoredPort(PrinterRegistry& registry, const XpmlPrinterContext& context);
+  // The printer's own "XPML Server Port" data value, for a printer of this
+  // computer; asks the spooler.
+  std::optional<uint32_t> DiscoveredPort(const XpmlPrinterContext& context) const;
+  // The port to use given what discovery found, storing a new one; expects
+  // the registry's mutex held.
+  uint32_t RefactoredPort(PrinterRegistry& registry, const std::optional<uint32_t>& found);
   std::optional<std::string> Exchange(const std::string& host, uint32_t port,
                                       const Settings& settings, const std::string& request);
   std::string BuildRequest(const XpmlPrinterContext& context, std::string_view xpml);
