@@ -194,6 +194,7 @@ std::optional<std::string> ClientUtility::Exchange(const std::string& host, uint
     HttpMessageReader reader;
     long error = socket.Send(request);
     char buffer[16384];
+    bool replied = false;  // any byte of a reply arrived
     while (error == 0 && reader.state() == HttpMessageReader::State::kNeedMore) {
       size_t received = 0;
       error = socket.Receive(buffer, sizeof(buffer), &received);
@@ -202,6 +203,7 @@ std::optional<std::string> ClientUtility::Exchange(const std::string& host, uint
         reader.Finish();
         break;
       }
+      replied = true;
       reader.Feed(std::string_view(buffer, received));
     }
     if (reader.state() == HttpMessageReader::State::kComplete) {
@@ -220,8 +222,10 @@ std::optional<std::string> ClientUtility::Exchange(const std::string& host, uint
       }
       return reply.body;
     }
-    const bool retry = socket.reused() && reader.state() != HttpMessageReader::State::kFailed &&
-                       error != platform::kWsaTimedOut;
+    // Only a kept connection that ended before any reply came is retried: the
+    // service closed it unseen. Once part of a reply came, the service took
+    // the request, and sending it again could repeat an action.
+    const bool retry = socket.reused() && !replied && error != platform::kWsaTimedOut;
     socket.Abandon();
     if (!retry) return std::nullopt;
   }

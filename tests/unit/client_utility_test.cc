@@ -174,6 +174,20 @@ TEST_F(ClientUtilityTest, ConnectionClosedByTheServiceIsReplacedForTheNextExchan
   EXPECT_EQ(client_->SendReceive(context_, "a"), "1");
   EXPECT_EQ(client_->SendReceive(context_, "b"), "1");
   EXPECT_EQ(service.connections(), 2);
+
+  // The close not yet seen by the liveness probe: the kept connection is
+  // taken, ends before any reply, and the request goes out once more.
+  TCPSocketManagerHooks hooks = TCPSocketManagerHooks::Platform();
+  hooks.log = nullptr;
+  hooks.is_alive = [](platform::SocketHandle) { return true; };
+  ClientUtility::Hooks client_hooks;
+  client_hooks.log = [](uint32_t, const std::string&) {};
+  client_hooks.spooler = &spooler_;
+  ClientUtility unaware(TCPSocketManager::Create(hooks), &store_, client_hooks);
+  EXPECT_EQ(unaware.SendReceive(context_, "c"), "1");
+  platform::SleepMilliseconds(50);  // the service has closed it by now
+  EXPECT_EQ(unaware.SendReceive(context_, "d"), "1");
+  EXPECT_EQ(service.connections(), 4);
 }
 
 TEST_F(ClientUtilityTest, RouteSwitchedOffSendsNothing) {
