@@ -1,10 +1,11 @@
 // The driver's settings of one printer: save, load and reset.
 #pragma once
 
-#include <atomic>
+#include <string>
 
 #include "frame/automation.h"
 #include "frame/object.h"
+#include "printers/context_binding.h"
 #include "vantrel_stubs.h"
 
 namespace vantrel {
@@ -12,15 +13,19 @@ namespace vantrel {
 class PrinterConfiguration
     : public frame::AutomationObject<IPrinterConfigurationStubs, IID_IPrinterConfiguration,
                                      CLSID_PrinterConfiguration> {
+ public:
+  // Binds the object to the named printer, as its Printer does at Initialize.
+  // Throws "Could not open printer" when it cannot be opened.
+  void Bind(const std::string& printer_name) { binding_.Bind(printer_name); }
+
  protected:
-  // Every member but Initialize refuses to work until the object is bound.
+  // Every member refuses to work until the object is bound.
   void CheckInitialized() override {
-    if (!initialized_.load(std::memory_order_acquire))
-      frame::Throw(frame::kPrinterConfigurationNotInitialized);
+    if (!binding_.bound()) frame::Throw(frame::kPrinterConfigurationNotInitialized);
   }
 
  private:
-  std::atomic<bool> initialized_{false};
+  printers::ContextBinding binding_;
 };
 
 }  // namespace vantrel

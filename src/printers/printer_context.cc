@@ -51,7 +51,7 @@ void PrinterContext::Open(const std::string& name) {
     frame::Throw(frame::kCouldNotOpenPrinter);
   driver_ = MakeDriverInterface(HasInterfaceValue(*printer));
   handle_ = std::move(printer);
-  driver_->Attach(handle_.get());
+  driver_->Attach(handle_.get(), name);
 }
 
 template <typename Take>

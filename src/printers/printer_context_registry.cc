@@ -5,7 +5,8 @@
 
 namespace vantrel::printers {
 
-PrinterContextRegistry::PrinterContextRegistry(platform::Spooler& spooler) : spooler_(spooler) {}
+PrinterContextRegistry::PrinterContextRegistry(platform::Spooler& spooler) : spooler_(&spooler) {}
+PrinterContextRegistry::PrinterContextRegistry() : spooler_(nullptr) {}
 
 PrinterContextRegistry::~PrinterContextRegistry() {
   for (PrinterContext* context : contexts_) delete context;
@@ -13,7 +14,7 @@ PrinterContextRegistry::~PrinterContextRegistry() {
 
 PrinterContextRegistry& PrinterContextRegistry::Instance() {
   // Never destroyed: objects released during process exit still find it.
-  static auto* const registry = new PrinterContextRegistry(platform::DefaultSpooler());
+  static auto* const registry = new PrinterContextRegistry();
   return *registry;
 }
 
@@ -26,11 +27,16 @@ PrinterContext* PrinterContextRegistry::Acquire(const std::string& name) {
       return context;
     }
   }
-  auto context = std::make_unique<PrinterContext>(spooler_);
+  auto context = std::make_unique<PrinterContext>(spooler_ ? *spooler_ : platform::DefaultSpooler());
   context->Open(name);
   context->references_ = 1;
   contexts_.push_back(context.get());
   return context.release();
+}
+
+void PrinterContextRegistry::AddReference(PrinterContext* context) {
+  OLock lock(lock_);
+  ++context->references_;
 }
 
 void PrinterContextRegistry::Release(PrinterContext* context) {

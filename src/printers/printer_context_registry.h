@@ -15,6 +15,9 @@ class PrinterContextRegistry {
  public:
   // Contexts open their printers on `spooler`, which must outlive them.
   explicit PrinterContextRegistry(platform::Spooler& spooler);
+  // Contexts open their printers on the process's spooler of the moment
+  // (platform::DefaultSpooler), so a test may put its own in place.
+  PrinterContextRegistry();
   ~PrinterContextRegistry();  // frees the contexts still held
 
   // The process's registry, on platform::DefaultSpooler().
@@ -25,6 +28,8 @@ class PrinterContextRegistry {
   // Null while shutting down. Throws what PrinterContext::Open throws; the
   // context is then not kept. Blocks on the spooler. Any thread.
   PrinterContext* Acquire(const std::string& name);
+  // One more reference to a context the caller holds a reference to.
+  void AddReference(PrinterContext* context);
   // Drops one reference; the last one closes the printer and frees the
   // context. Does nothing while shutting down. Any thread.
   void Release(PrinterContext* context);
@@ -33,7 +38,7 @@ class PrinterContextRegistry {
   size_t size();
 
  private:
-  platform::Spooler& spooler_;
+  platform::Spooler* const spooler_;  // null: the process's of the moment
   // Taken before a context's lock, never after it.
   OCriticalSection lock_ ACQUIRED_BEFORE(PrinterContext::lock_);
   std::vector<PrinterContext*> contexts_ GUARDED_BY(lock_);  // in order of creation
