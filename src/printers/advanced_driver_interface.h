@@ -15,6 +15,31 @@ class AdvancedDriverInterface : public BasicDriverInterface {
   ~AdvancedDriverInterface() override;
 
   bool IsAdvanced() const override { return true; }
+
+  // Status through the driver's service (advanced_driver_status.cc).
+  std::string GetStatusText() override;
+  bool GetStatusFlag(int32_t code) override;
+  uint32_t GetSeverity() override;
+  uint32_t GetStatusWord2() override;
+  StatusReading ReadStatus() override;
+  bool IsMonitoringOn() override;
+  std::string QueryJob(uint32_t job_id) override;
+
+  // The interface module's version and date (advanced_driver_version.cc).
+  std::string GetDriverVersion() override;
+  std::string GetDriverDate() override;
+
+  // Commands and settings through the interface module
+  // (advanced_driver_commands.cc).
+  void RunCommand(int32_t code, CommandRequest* request) override;
+  bool ImportSettings(const std::string& path, uint32_t flags) override;
+  bool ExportSettings(const std::string& path, uint32_t flags) override;
+  bool ResetSettings(uint32_t flags) override;
+
+ private:
+  // The state of the status exchanges.
+
+  // The state of the interface module's channel.
 };
 
 }  // namespace vantrel::printers

@@ -14,7 +14,8 @@ ContextRef::~ContextRef() {
   if (context_ != nullptr) PrinterContextRegistry::Instance().Release(context_);
 }
 
-ContextRef::ContextRef(ContextRef&& other) noexcept : context_(std::exchange(other.context_, nullptr)) {}
+ContextRef::ContextRef(ContextRef&& other) noexcept
+    : context_(std::exchange(other.context_, nullptr)) {}
 
 ContextRef& ContextRef::operator=(ContextRef&& other) noexcept {
   if (this != &other) {

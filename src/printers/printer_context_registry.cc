@@ -27,7 +27,8 @@ PrinterContext* PrinterContextRegistry::Acquire(const std::string& name) {
       return context;
     }
   }
-  auto context = std::make_unique<PrinterContext>(spooler_ ? *spooler_ : platform::DefaultSpooler());
+  auto context =
+      std::make_unique<PrinterContext>(spooler_ ? *spooler_ : platform::DefaultSpooler());
   context->Open(name);
   context->references_ = 1;
   contexts_.push_back(context.get());
