@@ -13,13 +13,19 @@ namespace {
 
 constexpr char kOdometerKey[] = "PrintLink";
 
-// A number kept as a DWORD, a QWORD, an 8-byte double or decimal text.
+// A number kept as a DWORD (typed, or 4 bytes of binary), a QWORD, a double
+// (8 bytes of binary) or decimal text.
 std::optional<double> ReadNumber(platform::SpoolerPrinter& printer, const char* name) {
   platform::RegistryValue value;
   if (printer.GetDataEx(kOdometerKey, name, &value.type, &value.data) != platform::kErrorSuccess)
     return std::nullopt;
   if (auto dword = platform::ReadDword(value)) return *dword;
   if (auto qword = platform::ReadQword(value)) return static_cast<double>(*qword);
+  if (value.type == platform::kRegBinary && value.data.size() == sizeof(uint32_t)) {
+    uint32_t number = 0;
+    std::memcpy(&number, value.data.data(), sizeof number);  // little-endian, as the registry
+    return number;
+  }
   if (value.type == platform::kRegBinary && value.data.size() == sizeof(double)) {
     double number = 0;
     std::memcpy(&number, value.data.data(), sizeof number);

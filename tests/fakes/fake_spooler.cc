@@ -508,6 +508,12 @@ void FakeSpooler::SetData(const std::string& name, const std::string& value_name
   if (Printer* p = FindLocked(name)) p->data["\n" + value_name] = std::move(bytes);
 }
 
+void FakeSpooler::SetDataEx(const std::string& name, const std::string& key,
+                            const std::string& value_name, std::vector<uint8_t> bytes) {
+  MutexLock lock(mutex_);
+  if (Printer* p = FindLocked(name)) p->data[key + "\n" + value_name] = std::move(bytes);
+}
+
 void FakeSpooler::RenameRecord(const std::string& name, const std::string& record_name) {
   MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->info.printer_name = record_name;

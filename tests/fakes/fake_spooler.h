@@ -34,6 +34,9 @@ class FakeSpooler : public platform::Spooler {
                   const std::function<void(platform::PrinterInfo2&)>& edit);
   void SetData(const std::string& name, const std::string& value_name,
                std::vector<uint8_t> bytes = {1});
+  // A value under a key of the printer's data (GetDataEx).
+  void SetDataEx(const std::string& name, const std::string& key, const std::string& value_name,
+                 std::vector<uint8_t> bytes);
   // Renames as the spooler does with a printer pending deletion ("Labels,3").
   void RenameRecord(const std::string& name, const std::string& record_name);
 
