@@ -58,12 +58,7 @@ PlatformResult FetchPpdFile(ConnectionPool& pool, const std::string& queue, Driv
   if (http == nullptr) return kErrorSpoolerUnavailable;
   const http_status_t status = Get(http, "/printers/" + queue + ".ppd");
   if (status != HTTP_STATUS_OK) {
-    if (status != HTTP_STATUS_ERROR) {
-      httpFlush(http);  // the error page, so that the connection can be reused
-      pool.Put(http);
-    } else {
-      httpClose(http);
-    }
+    httpClose(http);  // the scheduler closes after an error page
     return ErrorFromHttpStatus(status);
   }
   const time_t modified = httpGetDateTime(httpGetField(http, HTTP_FIELD_LAST_MODIFIED));
