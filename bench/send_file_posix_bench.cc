@@ -12,6 +12,7 @@
 #include <random>
 #include <string>
 
+#include "private_scheduler_posix.h"
 #include "frame/com_ptr.h"
 #include "frame/object.h"
 #include "frame/ole_string.h"
@@ -21,11 +22,6 @@ namespace {
 
 constexpr size_t kFileBytes = size_t{50} << 20;
 constexpr char kQueue[] = "Bench";
-
-std::string Script() {
-  return (std::filesystem::path(__FILE__).parent_path().parent_path() / "scripts" / "cups-sandbox")
-      .string();
-}
 
 // The process's peak resident memory so far, in KiB (VmHWM).
 long PeakRssKib() {
@@ -43,13 +39,7 @@ class Setup {
     std::filesystem::create_directories(dir_ / "home");
     std::filesystem::permissions(dir_,
                                  std::filesystem::perms::all);  // the scheduler reads the file
-    const std::string out = (dir_ / "start.out").string();
-    if (std::system((Script() + " start " + (dir_ / "cupsd").string() + " >" + out).c_str()) != 0)
-      std::abort();
-    std::ifstream in(out);
-    std::string line;
-    std::getline(in, line);
-    server_ = line.substr(line.find('=') + 1);
+    server_ = vantrel::bench::StartPrivateScheduler(dir_ / "cupsd");
     // The library reads both when it first reaches the scheduler and the store.
     setenv("CUPS_SERVER", server_.c_str(), 1);
     setenv("VANTREL_HOME", (dir_ / "home").string().c_str(), 1);
@@ -64,7 +54,7 @@ class Setup {
     }
   }
   ~Setup() {
-    std::system((Script() + " stop " + (dir_ / "cupsd").string()).c_str());
+    vantrel::bench::StopPrivateScheduler(dir_ / "cupsd");
     std::filesystem::remove_all(dir_);
   }
 
