@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "frame/error_texts.h"
 #include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "platform/spooler.h"
@@ -18,7 +19,6 @@
 #include "printers/printer_context_registry.h"
 #include "support/exception_handler.h"
 #include "support/exceptions.h"
-#include "frame/error_texts.h"
 
 namespace vantrel::tool {
 namespace {
