@@ -31,13 +31,30 @@ Check code = &H80042003, "Initialize of a missing queue gave " & Hex(code)
 Check text = "Could not open printer", "its description: " & text
 Check source = "Vantrel.Printer.1", "its source: " & source
 
+Function ReadMember(target, member)
+  Select Case member
+    Case "Name": ReadMember = target.Name
+    Case "ServerName": ReadMember = target.ServerName
+    Case "ShareName": ReadMember = target.ShareName
+    Case "PortName": ReadMember = target.PortName
+    Case "ModelName": ReadMember = target.ModelName
+    Case "Comment": ReadMember = target.Comment
+    Case "Location": ReadMember = target.Location
+    Case "Local": ReadMember = target.Local
+    Case "Network": ReadMember = target.Network
+    Case "Shared": ReadMember = target.Shared
+    Case "DriverVersion": ReadMember = target.DriverVersion
+    Case "DriverDate": ReadMember = target.DriverDate
+  End Select
+End Function
+
 ' Still not open: every spooler member says so, setters and SendFile too.
 Dim members, member
 members = Array("Name", "ServerName", "ShareName", "PortName", "ModelName", "Comment", _
   "Location", "Local", "Network", "Shared", "DriverVersion", "DriverDate")
 For Each member In members
   On Error Resume Next
-  value = Eval("printer." & member)
+  value = ReadMember(printer, member)
   code = Err.Number
   text = Err.Description
   Err.Clear
