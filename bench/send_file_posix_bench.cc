@@ -93,7 +93,9 @@ void BM_PrinterSendFile(benchmark::State& state) {
     setup.Purge();
     state.ResumeTiming();
   }
-  state.counters["peak_rss_growth_mib"] = (PeakRssKib() - peak_before) / 1024.0;
+  const long peak_after = PeakRssKib();
+  state.counters["peak_rss_growth_mib"] = (peak_after - peak_before) / 1024.0;
+  state.counters["peak_rss_mib"] = peak_after / 1024.0;
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kFileBytes));
 }
 BENCHMARK(BM_PrinterSendFile)->Unit(benchmark::kMillisecond)->UseRealTime();
