@@ -64,6 +64,7 @@ bench: native
 	  BM_PrinterRegistryWarmRead BM_BareSqlitePointQuery
 	scripts/bench-ratio $(NATIVE)/bin/spooler_list_bench \
 	  BM_SpoolerEnumPrinters2 BM_OneCupsGetPrintersRequest
+	scripts/bench-ratio $(NATIVE)/bin/send_file_bench BM_PrinterSendFile BM_LpRaw
 
 format:
 	git ls-files '*.h' '*.cc' '*.c' | xargs clang-format -i

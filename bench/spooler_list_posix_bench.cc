@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "private_scheduler_posix.h"
 #include "platform/cups/cups_connection_posix.h"
 #include "platform/cups/cups_mapping_posix.h"
 #include "platform/settings_store.h"
@@ -32,26 +33,15 @@ class Scheduler {
            << "\nLocation Rack\nDeviceURI file:///dev/null\nState Idle\nAccepting Yes\n"
               "Shared No\n</Printer>\n";
     conf.close();
-    const std::string out = (dir_ / "start.out").string();
-    if (std::system((Script() + " start " + (dir_ / "cupsd").string() + " >" + out).c_str()) != 0)
-      std::abort();
-    std::ifstream in(out);
-    std::string line;
-    std::getline(in, line);
-    server_ = line.substr(line.find('=') + 1);
+    server_ = vantrel::bench::StartPrivateScheduler(dir_ / "cupsd");
     store_ = vantrel::platform::OpenSettingsStoreAt((dir_ / "store").string());
   }
-  ~Scheduler() { std::system((Script() + " stop " + (dir_ / "cupsd").string()).c_str()); }
+  ~Scheduler() { vantrel::bench::StopPrivateScheduler(dir_ / "cupsd"); }
 
   const std::string& server() const { return server_; }
   vantrel::platform::SettingsStore* store() { return store_.get(); }
 
  private:
-  static std::string Script() {
-    return (std::filesystem::path(__FILE__).parent_path().parent_path() / "scripts" /
-            "cups-sandbox")
-        .string();
-  }
   std::filesystem::path dir_;
   std::string server_;
   std::unique_ptr<vantrel::platform::SettingsStore> store_;

@@ -12,9 +12,24 @@ ULONG ObjectRoot::InternalAddRef() {
   return references_.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
+bool ObjectRoot::TryInternalAddRef() {
+  ULONG count = references_.load();
+  do {
+    if (count == 0) return false;
+  } while (!references_.compare_exchange_weak(count, count + 1));
+  // The count FinalRelease keeps is no reference to hand out: the count may
+  // have gone to zero and back to that one since it was read.
+  if (dying_.load()) {
+    references_.fetch_sub(1);
+    return false;
+  }
+  return true;
+}
+
 ULONG ObjectRoot::InternalRelease() {
   const ULONG left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
   if (left == 0) {
+    dying_.store(true);
     // Keeps a reference while FinalRelease runs, so that a clean-up that
     // hands out and drops a reference to this object cannot delete it twice.
     references_.store(1, std::memory_order_relaxed);

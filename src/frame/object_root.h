@@ -21,6 +21,10 @@ class ObjectRoot {
   // after FinalRelease. Any thread.
   ULONG InternalAddRef();
   ULONG InternalRelease();
+  // One more reference unless the last one is gone: false from the moment the
+  // count reaches zero, also while FinalRelease runs. For lists that name the
+  // object without holding a reference. Never blocks; any thread.
+  bool TryInternalAddRef();
   // Answers IUnknown with the object's identity (the inner unknown when
   // aggregated) and everything else from FindInterface.
   HRESULT InternalQueryInterface(REFIID iid, void** out);
@@ -62,7 +66,8 @@ class ObjectRoot {
   };
 
   std::atomic<ULONG> references_{0};
-  IUnknown* outer_ = nullptr;  // not counted: the outer object owns us
+  std::atomic<bool> dying_{false};  // set once the count reached zero
+  IUnknown* outer_ = nullptr;       // not counted: the outer object owns us
   InnerUnknown inner_{*this};
   OCriticalSection critical_section_;
 };

@@ -12,6 +12,7 @@ namespace vantrel::platform {
 struct ModuleVersionInfo {
   bool has_table = false;
   uint16_t version[4] = {};  // major, minor, build, revision (the file version)
+  uint16_t product[4] = {};  // the product version, as numbers
   std::string product_version;
   std::string build_date;  // the "Build Date" text
 };

@@ -52,6 +52,9 @@ PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* inf
   info->has_table = true;
   for (int i = 0; i < 4; ++i) info->version[i] = (*fields)[i];
   info->product_version = VersionText(facts, "ProductVersion");
+  // A product version that is no number reads as the file version.
+  const auto product = ParseDottedVersion(info->product_version);
+  for (int i = 0; i < 4; ++i) info->product[i] = product ? (*product)[i] : info->version[i];
   info->build_date = VersionText(facts, "Build Date");
   return kErrorSuccess;
 }

@@ -55,6 +55,10 @@ PlatformResult ReadModuleVersion(const std::string& path, ModuleVersionInfo* inf
   info->version[1] = LOWORD(fixed->dwFileVersionMS);
   info->version[2] = HIWORD(fixed->dwFileVersionLS);
   info->version[3] = LOWORD(fixed->dwFileVersionLS);
+  info->product[0] = HIWORD(fixed->dwProductVersionMS);
+  info->product[1] = LOWORD(fixed->dwProductVersionMS);
+  info->product[2] = HIWORD(fixed->dwProductVersionLS);
+  info->product[3] = LOWORD(fixed->dwProductVersionLS);
   info->product_version = VersionResourceText(block, "ProductVersion");
   info->build_date = VersionResourceText(block, "Build Date");
   return kErrorSuccess;

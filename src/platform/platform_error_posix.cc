@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/cups/cups_error_text_posix.h"
 #include "platform/native_thread.h"
 #include "platform/win32_errors.h"
 
@@ -99,6 +100,7 @@ long LastPlatformError() { return WindowsErrorFromErrno(errno); }
 
 std::string PlatformErrorMessage(long error) {
   if (error == kErrorSuccess) return "The operation completed successfully.";
+  if (std::string text = cups::SpoolerErrorText(error); !text.empty()) return text;
   for (const ErrorText& row : kTextTable) {
     if (row.windows_error == error) return row.text;
   }

@@ -126,6 +126,18 @@ struct PrinterInfo5 {
 struct PrinterInfo6 {
   uint32_t status = 0;
 };
+// The file a printer's driver is: on Windows the driver's main module
+// (GetPrinterDriver's pDriverPath), on Linux the queue's PPD on the scheduler.
+struct DriverFile {
+  // A local module whose version table and creation time the caller reads;
+  // empty when the driver file is no module here (a PPD).
+  std::string module_path;
+  // For a file that is no module: the version it names ("1.2", empty when
+  // none) and its modification time (seconds since 1970, UTC; 0 unknown).
+  std::string version;
+  int64_t time = 0;
+};
+
 struct PortInfo2 {
   std::string port_name, monitor_name, description;
   uint32_t port_type = 0;
@@ -258,6 +270,10 @@ class SpoolerPrinter {
   virtual PlatformResult Write(const void* bytes, uint32_t size, uint32_t* written) = 0;
   virtual PlatformResult EndPage() = 0;
   virtual PlatformResult EndDoc() = 0;
+
+  // The printer's driver file. kErrorFileNotFound when the printer has none
+  // (a raw queue, which passes bytes unchanged).
+  virtual PlatformResult GetDriverFile(DriverFile* file) = 0;
 };
 
 class Spooler {

@@ -362,6 +362,20 @@ class WinPrinter : public SpoolerPrinter {
   }
   PlatformResult EndDoc() override { return Result(EndDocPrinter(handle_)); }
 
+  // The driver's main module; the caller reads its version and time.
+  PlatformResult GetDriverFile(DriverFile* file) override {
+    std::vector<BYTE> buffer;
+    const long error =
+        ReadSized(&buffer, sizeof(DRIVER_INFO_2W), [&](BYTE* data, DWORD size, DWORD* needed) {
+          return GetPrinterDriverW(handle_, nullptr, 2, data, size, needed) != FALSE;
+        });
+    if (error != kErrorSuccess) return error;
+    const auto* driver = reinterpret_cast<const DRIVER_INFO_2W*>(buffer.data());
+    *file = DriverFile{};
+    file->module_path = Text(driver->pDriverPath);
+    return file->module_path.empty() ? kErrorFileNotFound : kErrorSuccess;
+  }
+
  private:
   static long Result(BOOL ok) { return ok ? kErrorSuccess : static_cast<long>(GetLastError()); }
 

@@ -36,6 +36,9 @@ class AdvancedDriverInterface : public BasicDriverInterface {
   bool ExportSettings(const std::string& path, uint32_t flags) override;
   bool ResetSettings(uint32_t flags) override;
 
+ protected:
+  DriverFileFacts ReadDriverFile() override;
+
  private:
   // The state of the status exchanges.
 

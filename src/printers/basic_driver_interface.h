@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "printers/driver_file.h"
 #include "printers/driver_interface.h"
 
 namespace vantrel::printers {
@@ -46,6 +47,8 @@ class BasicDriverInterface : public DriverInterface {
  protected:
   platform::SpoolerPrinter* printer() const { return printer_; }
   const std::string& printer_name() const { return printer_name_; }
+  // The file the driver's version and date are read from.
+  virtual DriverFileFacts ReadDriverFile();
 
  private:
   // Set once by Attach, before any other call; then only read.

@@ -6,8 +6,12 @@
 #include "frame/ole_string.h"
 #include "jobs/print_job_schedule.h"
 #include "jobs/print_queue.h"
+#include "platform/platform_error.h"
 #include "printers/context_binding.h"
+#include "printers/driver_interface.h"
+#include "printers/printer_context.h"
 #include "printers/printer_status.h"
+#include "support/exceptions.h"
 
 namespace vantrel {
 namespace {
@@ -18,6 +22,19 @@ void HandOut(const frame::ComPtr<Child>& child, Interface** out) {
   if (out == nullptr) frame::Throw(frame::kInvalidArgument);
   child->AddRef();
   *out = child.Get();
+}
+
+// A file that was not sent whole fails with the file's or the spooler's own
+// error, its text naming what failed.
+[[noreturn]] void ThrowNotSent(const std::string& printer, const std::string& file,
+                               const RawFileOutcome& outcome) {
+  const std::string reason = platform::PlatformErrorMessage(outcome.error);
+  if (outcome.file_failed)
+    throw OException("SendFile", outcome.error, "Cannot read '" + file + "': " + reason,
+                     VANTREL_ORIGIN);
+  throw OException("SendFile", outcome.error,
+                   "Printer '" + printer + "' did not take '" + file + "': " + reason,
+                   VANTREL_ORIGIN);
 }
 
 }  // namespace
@@ -48,6 +65,16 @@ STDMETHODIMP Printer::Initialize(BSTR argPrinterName) {
     configuration_->Bind(name);
     port_->Bind(name);
     default_schedule_->BindToPrinter(name);
+    FollowSinks();  // connected sinks follow the object to its printer
+  });
+}
+
+STDMETHODIMP Printer::SendFile(BSTR argFileName, BSTR argJobName) {
+  return Member("Printer::SendFile", [&] {
+    const printers::ContextRef context = Context();
+    const std::string file = frame::BstrToUtf8(argFileName);
+    const RawFileOutcome outcome = context->driver()->SendFile(file, frame::BstrToUtf8(argJobName));
+    if (!outcome.sent) ThrowNotSent(binding_.name(), file, outcome);
   });
 }
 

@@ -33,7 +33,22 @@ std::string WithoutDeletionSuffix(const PrinterInfo2& record) {
   return std::regex_replace(record.printer_name, suffix, "");
 }
 
+Mutex& StarterMutex() {
+  static Mutex mutex;
+  return mutex;
+}
+
+WatcherStarter& Starter() {
+  static WatcherStarter starter;  // guarded by StarterMutex()
+  return starter;
+}
+
 }  // namespace
+
+void SetWatcherStarterForTesting(WatcherStarter starter) {
+  MutexLock lock(StarterMutex());
+  Starter() = std::move(starter);
+}
 
 PrinterContext::PrinterContext(platform::Spooler& spooler) : spooler_(spooler) {}
 
@@ -204,6 +219,23 @@ bool PrinterContext::IsNotRawOnly() {
 bool PrinterContext::GetRecord5(platform::PrinterInfo5* record) {
   OLock lock(lock_);
   return handle_ && handle_->GetInfo5(record) == kErrorSuccess;
+}
+
+void PrinterContext::StartWatcher() {
+  MutexLock lock(watcher_mutex_);
+  if (watcher_started_) return;
+  WatcherStarter starter;
+  {
+    MutexLock hold(StarterMutex());
+    starter = Starter();
+  }
+  if (starter) starter();
+  watcher_started_ = true;
+}
+
+bool PrinterContext::watcher_started() {
+  MutexLock lock(watcher_mutex_);
+  return watcher_started_;
 }
 
 DriverInterface* PrinterContext::driver() {

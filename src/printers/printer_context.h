@@ -9,10 +9,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "platform/spooler.h"
+#include "printers/printer_event_targets.h"
 #include "support/synchronizer.h"
 
 namespace vantrel::printers {
@@ -73,6 +75,17 @@ class PrinterContext {
   // for 2 s; a failed probe keeps the previous answer.
   bool IsNotRawOnly();
 
+  // Starts the printer's watcher, once per context: later calls do nothing.
+  // Today the request is only recorded; printer events bring the watcher
+  // itself. Throws what starting throws, and is then not recorded, so the
+  // next call tries again. Any thread; no lock of the context is held while
+  // the watcher starts.
+  void StartWatcher();
+  bool watcher_started();
+  // The Printer objects with connected sinks, to which the watcher fires
+  // printer events (guarded by the list's own lock).
+  EventTargetList& printer_targets() { return printer_targets_; }
+
   // The driver interface (owned by the context) and the spooler handle
   // (owned by the context; valid while the context lives).
   DriverInterface* driver();
@@ -96,10 +109,21 @@ class PrinterContext {
   std::unique_ptr<platform::SpoolerPrinter> handle_ GUARDED_BY(lock_);
   std::unique_ptr<DriverInterface> driver_ GUARDED_BY(lock_);
 
+  EventTargetList printer_targets_;
+  // Serialises starting the watcher; never nested with lock_ (the start
+  // does not read the record).
+  Mutex watcher_mutex_;
+  bool watcher_started_ GUARDED_BY(watcher_mutex_) = false;
+
   // Never nested with lock_.
   OCriticalSection probe_lock_;
   bool not_raw_only_ GUARDED_BY(probe_lock_) = false;
   uint64_t probed_at_ GUARDED_BY(probe_lock_) = 0;  // 0: never probed
 };
+
+// What StartWatcher runs to start a printer's watcher; tests put a failing
+// one in place. Null restores the default, which starts nothing yet.
+using WatcherStarter = std::function<void()>;
+void SetWatcherStarterForTesting(WatcherStarter starter);
 
 }  // namespace vantrel::printers

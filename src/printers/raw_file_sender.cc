@@ -35,9 +35,10 @@ long WriteAll(platform::SpoolerPrinter& printer, const uint8_t* bytes, size_t si
 }
 
 // Sends the chunk already read and the rest of the file; the first error of
-// the file or the spooler.
+// the file (then `file_failed` is set) or the spooler.
 long SendChunks(platform::SpoolerPrinter& printer, platform::FileReader& file,
-                std::vector<uint8_t>& chunk, size_t first_size, const RawFileHooks& hooks) {
+                std::vector<uint8_t>& chunk, size_t first_size, const RawFileHooks& hooks,
+                bool* file_failed) {
   size_t size = first_size;
   uint64_t sent = 0;
   do {
@@ -45,7 +46,10 @@ long SendChunks(platform::SpoolerPrinter& printer, platform::FileReader& file,
     sent += size;
     if (hooks.progress) hooks.progress(sent, file.size());
     if (size == 0) return platform::kErrorSuccess;
-    if (const long error = file.Read(chunk.data(), chunk.size(), &size)) return error;
+    if (const long error = file.Read(chunk.data(), chunk.size(), &size)) {
+      *file_failed = true;
+      return error;
+    }
   } while (size > 0);
   return platform::kErrorSuccess;
 }
@@ -60,17 +64,19 @@ RawFileOutcome SendRawFile(platform::SpoolerPrinter& printer, const std::string&
                            const std::string& job_name, const RawFileHooks& hooks) {
   RawFileOutcome outcome;
   std::unique_ptr<platform::FileReader> file;
+  outcome.file_failed = true;
   if ((outcome.error = platform::OpenFileReader(file_name, &file))) return outcome;
   std::vector<uint8_t> chunk(kRawFileChunkBytes);
   size_t first_size = 0;
   if ((outcome.error = file->Read(chunk.data(), chunk.size(), &first_size))) return outcome;
+  outcome.file_failed = false;
 
   // No datatype: the printer's default applies.
   outcome.error = printer.StartDoc(RawFileJobName(file_name, job_name), "", &outcome.job_id);
   if (outcome.error) return outcome;
   outcome.error = printer.StartPage();
   if (outcome.error == platform::kErrorSuccess) {
-    outcome.error = SendChunks(printer, *file, chunk, first_size, hooks);
+    outcome.error = SendChunks(printer, *file, chunk, first_size, hooks, &outcome.file_failed);
     outcome.sent = outcome.error == platform::kErrorSuccess;
     // The spooler keeps what was written even when this fails.
     static_cast<void>(printer.EndPage());

@@ -28,9 +28,10 @@ struct RawFileHooks {
 };
 
 struct RawFileOutcome {
-  bool sent = false;    // every byte was written and the last write succeeded
-  long error = 0;       // when not sent: the file's or the spooler's Windows error number
-  uint32_t job_id = 0;  // the job, once the document was started
+  bool sent = false;         // every byte was written and the last write succeeded
+  long error = 0;            // when not sent: the file's or the spooler's Windows error number
+  uint32_t job_id = 0;       // the job, once the document was started
+  bool file_failed = false;  // the error is the file's: it could not be opened or read
 };
 
 // The document name: `job_name` when it is not empty, else the file name's

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "platform/registry_value.h"
 #include "platform/win32_errors.h"
 
 namespace vantrel::testing {
@@ -313,7 +314,8 @@ class FakePrinter : public SpoolerPrinter {
         [&](FakeSpooler::Printer& p) {
           auto it = p.data.find(std::string(key) + "\n" + std::string(value_name));
           if (it == p.data.end()) return;
-          *type = 3;  // REG_BINARY
+          const auto kind = p.data_types.find(it->first);
+          *type = kind != p.data_types.end() ? kind->second : 3;  // REG_BINARY
           *data = it->second;
           result = kErrorSuccess;
         },
@@ -375,6 +377,16 @@ class FakePrinter : public SpoolerPrinter {
     job->info.status &= ~kJobStatusSpooling;
     NotifyJob(job->info.job_id, job_field::kStatus, job->info.status);
     return kErrorSuccess;
+  }
+
+  PlatformResult GetDriverFile(DriverFile* file) override {
+    long result = kErrorFileNotFound;
+    const long read = Read("GetDriverFile", [&](FakeSpooler::Printer& p) {
+      if (!p.driver_file) return;
+      *file = *p.driver_file;
+      result = kErrorSuccess;
+    });
+    return read != kErrorSuccess ? read : result;
   }
 
  private:
@@ -514,6 +526,21 @@ void FakeSpooler::SetDataEx(const std::string& name, const std::string& key,
   if (Printer* p = FindLocked(name)) p->data[key + "\n" + value_name] = std::move(bytes);
 }
 
+void FakeSpooler::SetStringData(const std::string& name, const std::string& value_name,
+                                const std::string& text) {
+  const platform::RegistryValue value = platform::MakeStringValue(text);
+  MutexLock lock(mutex_);
+  Printer* p = FindLocked(name);
+  if (p == nullptr) return;
+  p->data["\n" + value_name] = value.data;
+  p->data_types["\n" + value_name] = value.type;
+}
+
+void FakeSpooler::SetDriverFile(const std::string& name, const DriverFile& file) {
+  MutexLock lock(mutex_);
+  if (Printer* p = FindLocked(name)) p->driver_file = file;
+}
+
 void FakeSpooler::RenameRecord(const std::string& name, const std::string& record_name) {
   MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->info.printer_name = record_name;
@@ -527,6 +554,11 @@ void FakeSpooler::DenyAdministration(const std::string& name) {
 void FakeSpooler::BreakRecords(const std::string& name) {
   MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->broken = true;
+}
+
+void FakeSpooler::FailOpensAfter(const std::string& name, int opens) {
+  MutexLock lock(mutex_);
+  if (Printer* p = FindLocked(name)) p->opens_left = opens;
 }
 
 void FakeSpooler::LimitWrites(uint32_t bytes) {
@@ -553,7 +585,8 @@ platform::PlatformResult FakeSpooler::Open(std::string_view name, uint32_t acces
   Count("Open");
   MutexLock lock(mutex_);
   Printer* p = FindLocked(std::string(name));
-  if (p == nullptr) return kErrorInvalidPrinterName;
+  if (p == nullptr || p->opens_left == 0) return kErrorInvalidPrinterName;
+  if (p->opens_left > 0) --p->opens_left;
   if ((access & ~kPrinterAccessUse & 0xFFFF) != 0 && p->deny_admin) return kErrorAccessDenied;
   *printer = std::make_unique<FakePrinter>(this, std::string(name), access);
   return kErrorSuccess;

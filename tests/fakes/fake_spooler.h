@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -37,6 +38,11 @@ class FakeSpooler : public platform::Spooler {
   // A value under a key of the printer's data (GetDataEx).
   void SetDataEx(const std::string& name, const std::string& key, const std::string& value_name,
                  std::vector<uint8_t> bytes);
+  // A text value (REG_SZ), as a driver keeps its interface module's path.
+  void SetStringData(const std::string& name, const std::string& value_name,
+                     const std::string& text);
+  // The printer's driver file; a new printer has none (a raw queue).
+  void SetDriverFile(const std::string& name, const platform::DriverFile& file);
   // Renames as the spooler does with a printer pending deletion ("Labels,3").
   void RenameRecord(const std::string& name, const std::string& record_name);
 
@@ -44,6 +50,8 @@ class FakeSpooler : public platform::Spooler {
   // another printer already has, with kErrorInvalidShareName.
   // Opens asking for more than use access are refused; so is SetInfo2.
   void DenyAdministration(const std::string& name);
+  // Opens of the printer after the next `opens` fail as for an unknown name.
+  void FailOpensAfter(const std::string& name, int opens);
   // Every GetInfo* of the printer fails with kErrorInvalidData.
   void BreakRecords(const std::string& name);
   // Write takes at most `bytes` per call.
@@ -74,7 +82,10 @@ class FakeSpooler : public platform::Spooler {
   struct Printer {
     platform::PrinterInfo2 info;
     std::map<std::string, std::vector<uint8_t>> data;  // "key\nvalue" or "\nvalue"
+    std::map<std::string, uint32_t> data_types;        // REG_BINARY when absent
     std::vector<Job> jobs;
+    std::optional<platform::DriverFile> driver_file;
+    int opens_left = -1;  // -1: no limit
     bool deny_admin = false;
     bool broken = false;
   };

@@ -121,7 +121,10 @@ TEST_F(PrintersCommandTest, ChangesReachTheScheduler) {
   EXPECT_EQ(Printer("Q1")["DefaultPriority"], 9);
   const Outcome missing = Run("printer Nope");
   EXPECT_EQ(missing.status, 1);
-  EXPECT_NE(missing.err.find("Could not open printer (0x80042003)"), std::string::npos);
+  EXPECT_EQ(missing.err,
+            "vantrel: cannot show printer 'Nope': Could not open printer: the print "
+            "scheduler at " +
+                sandbox_->server() + " has no such queue (0x80042003)\n");
 }
 
 }  // namespace

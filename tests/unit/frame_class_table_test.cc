@@ -11,6 +11,8 @@
 #include "frame/com_ptr.h"
 #include "frame/automation.h"
 #include "frame/module.h"
+#include "frame/object.h"
+#include "vantrel_stubs.h"
 
 extern "C" HRESULT DllCanUnloadNow();
 
@@ -186,6 +188,23 @@ TEST(ModuleTest, ManyThreadsCreateQueryInvokeAndRelease) {
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(failures, 0);
   EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+// An object that tries to take a reference to itself while it is destroyed,
+// as a list that names it without holding it would.
+class Reviving final : public AutomationObject<IKestoStubs, IID_IKesto, CLSID_Kesto> {
+ public:
+  void FinalRelease() override { retained_in_final_release = TryInternalAddRef(); }
+  static inline bool retained_in_final_release = true;
+};
+
+TEST(ObjectLifetimeTest, ConditionalReferenceOnlyWhileTheCountIsAboveZero) {
+  Reviving* object = CreateObject<Reviving>();
+  EXPECT_TRUE(object->TryInternalAddRef());  // 2
+  EXPECT_EQ(object->InternalRelease(), 1u);
+  Reviving::retained_in_final_release = true;
+  object->InternalRelease();  // the last: FinalRelease may not revive it
+  EXPECT_FALSE(Reviving::retained_in_final_release);
 }
 
 }  // namespace

@@ -242,6 +242,15 @@ TYPED_TEST_P(SpoolerContractTest, MissingPrinterDataIsNotFound) {
   EXPECT_EQ(data.size(), 1u);
 }
 
+// A queue made without a driver passes bytes unchanged and has no driver file.
+TYPED_TEST_P(SpoolerContractTest, NewQueueHasNoDriverFile) {
+  auto printer = this->Open(this->NewQueue());
+  DriverFile file;
+  file.version = "untouched";
+  EXPECT_EQ(printer->GetDriverFile(&file), kErrorFileNotFound);
+  EXPECT_EQ(file.version, "untouched");
+}
+
 TYPED_TEST_P(SpoolerContractTest, RawDocumentIsAJobThatCanBeControlled) {
   const std::string name = this->NewQueue();
   auto printer = this->Open(name);
@@ -352,7 +361,7 @@ REGISTER_TYPED_TEST_SUITE_P(SpoolerContractTest, UnknownPrinterIsAnInvalidName,
                             UnknownPortIsRefusedAndChangesNothing, SharingFollowsTheRecord,
                             UseAccessCannotWrite, PauseAndResumeShowInTheStatus,
                             EnumerationListsQueuesWithTheirFields, MissingPrinterDataIsNotFound,
-                            RawDocumentIsAJobThatCanBeControlled,
+                            NewQueueHasNoDriverFile, RawDocumentIsAJobThatCanBeControlled,
                             ChangesArriveAsBatchesOfTheWatchedFields, CancelWakesTheWaiter,
                             ServerWatchSeesNewPrinters);
 

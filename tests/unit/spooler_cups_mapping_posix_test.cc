@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/cups/cups_mapping_posix.h"
+#include "platform/cups/cups_ppd_posix.h"
 #include "platform/win32_errors.h"
 
 namespace vantrel::platform::cups {
@@ -141,6 +142,16 @@ TEST(CupsMappingTest, ShareNamesAndUris) {
   EXPECT_EQ(PrinterNameFromUri("ipp://localhost:631/printers/Q1"), "Q1");
   EXPECT_EQ(PrinterNameFromUri("Q%"), "");
   EXPECT_EQ(PrinterNameFromUri("ipp://h/printers/A%2"), "A%2");  // a cut escape stays
+}
+
+TEST(CupsPpdTest, FileVersionIsTheKeywordsValueAtTheStartOfALine) {
+  EXPECT_EQ(PpdFileVersion("*PPD-Adobe: \"4.3\"\n*FileVersion: \"2.5\"\n"), "2.5");
+  EXPECT_EQ(PpdFileVersion("*FileVersion:\t\" 1.0.3 \"\r\n*NickName: \"x\""), "1.0.3");
+  EXPECT_EQ(PpdFileVersion("*% *FileVersion: \"9\"\n*FileVersion: \"3\""), "3");  // a comment
+  EXPECT_EQ(PpdFileVersion("*FileVersion: \"7\""), "7");  // the last line, unended
+  EXPECT_EQ(PpdFileVersion("*FormatVersion: \"4.3\"\n"), "");
+  EXPECT_EQ(PpdFileVersion("*FileVersion: \"\"\n"), "");
+  EXPECT_EQ(PpdFileVersion(""), "");
 }
 
 }  // namespace

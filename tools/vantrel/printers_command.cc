@@ -4,15 +4,18 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "commands.h"
+#include "frame/error_texts.h"
 #include "platform/platform_error.h"
 #include "platform/native_thread.h"
 #include "platform/spooler.h"
 #include "platform/win32_errors.h"
+#include "printers/driver_interface.h"
 #include "printers/printer_context_registry.h"
 #include "support/exception_handler.h"
 #include "support/exceptions.h"
@@ -21,6 +24,10 @@ namespace vantrel::tool {
 namespace {
 
 using platform::PrinterInfo2;
+
+std::string Or(const std::string& text, const char* otherwise) {
+  return text.empty() ? otherwise : text;
+}
 
 nlohmann::json ToJson(const PrinterInfo2& p) {
   return {{"pServerName", p.server_name},
@@ -44,10 +51,17 @@ nlohmann::json ToJson(const PrinterInfo2& p) {
           {"AveragePPM", p.average_ppm}};
 }
 
-void PrintText(const PrinterInfo2& p) {
+// What the driver interface says of the printer's driver, beside its record.
+struct DriverFacts {
+  std::string version, date, kind;  // kind: "basic" or "advanced"
+};
+
+void PrintText(const PrinterInfo2& p, const DriverFacts& driver) {
   std::printf("%s\n", p.printer_name.c_str());
   std::printf("  Port:        %s\n", p.port_name.c_str());
-  std::printf("  Driver:      %s\n", p.driver_name.c_str());
+  std::printf("  Model:       %s\n", p.driver_name.c_str());
+  std::printf("  Driver:      %s, %s (%s interface)\n", Or(driver.version, "no version").c_str(),
+              Or(driver.date, "no date").c_str(), driver.kind.c_str());
   std::printf("  Comment:     %s\n", p.comment.c_str());
   std::printf("  Location:    %s\n", p.location.c_str());
   std::printf("  Share name:  %s%s\n", p.share_name.c_str(),
@@ -58,21 +72,36 @@ void PrintText(const PrinterInfo2& p) {
   std::printf("  Jobs:        %u\n", p.jobs);
 }
 
-int Fail(const std::string& text, ResultCode code) {
-  std::fprintf(stderr, "vantrel: %s (0x%08X)\n", text.c_str(), static_cast<uint32_t>(code));
+int Fail(const std::string& what, const std::string& why, ResultCode code) {
+  std::fprintf(stderr, "vantrel: %s: %s (0x%08X)\n", what.c_str(), why.c_str(),
+               static_cast<uint32_t>(code));
   return 1;
 }
 
-// Runs `body` and turns the library's failures into one line and status 1.
+// Why the spooler will not open `name`, in its own words; empty when it now
+// would.
+std::string WhyNotOpened(const std::string& name) {
+  std::unique_ptr<platform::SpoolerPrinter> printer;
+  const long error = platform::DefaultSpooler().Open(name, platform::kPrinterAccessUse, &printer);
+  return error == platform::kErrorSuccess ? std::string() : platform::PlatformErrorMessage(error);
+}
+
+// Runs `body` and turns the library's failures into one line saying what
+// failed and why, with the result code, and status 1. `printer` names the
+// printer the command is about, if any.
 template <typename Body>
-int Guarded(Body body) {
+int Guarded(const std::string& what, const std::string& printer, Body body) {
   try {
     return body();
   } catch (const KestoException& e) {
-    return Fail(e.text(), e.code());
+    std::string why = e.text();
+    if (e.code() == frame::kCouldNotOpenPrinter.code && !printer.empty()) {
+      const std::string reason = WhyNotOpened(printer);
+      if (!reason.empty()) why += ": " + reason;
+    }
+    return Fail(what, why, e.code());
   } catch (const OException& e) {
-    const std::string text = e.message().empty() ? e.text() : e.message();
-    return Fail(text, ResultFromWin32(e.error()));
+    return Fail(what, e.message().empty() ? e.text() : e.message(), ResultFromWin32(e.error()));
   }
 }
 
@@ -119,11 +148,22 @@ class ContextHold {
 int ShowPrinter(const std::string& name, bool as_json) {
   ContextHold context(name);
   PrinterInfo2 record;
-  if (!context->GetRecord(&record)) return Fail("Invalid printer", ToResultCode(0x80042002));
-  if (as_json)
-    std::printf("%s\n", ToJson(record).dump(2).c_str());
-  else
-    PrintText(record);
+  if (!context->GetRecord(&record))
+    return Fail("cannot read printer '" + name + "'", frame::kInvalidPrinter.text,
+                frame::kInvalidPrinter.code);
+  printers::DriverInterface* driver = context->driver();
+  const DriverFacts facts{driver->GetDriverVersion(), driver->GetDriverDate(),
+                          driver->IsAdvanced() ? "advanced" : "basic"};
+  if (!as_json) {
+    PrintText(record, facts);
+    return 0;
+  }
+  nlohmann::json out = ToJson(record);
+  out["ModelName"] = record.driver_name;
+  out["DriverVersion"] = facts.version;
+  out["DriverDate"] = facts.date;
+  out["Interface"] = facts.kind;
+  std::printf("%s\n", out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
   return 0;
 }
 
@@ -145,14 +185,18 @@ void AddPrintersCommands(CLI::App& app) {
   auto* list = app.add_subcommand("printers", "List the print server's printers");
   static bool list_json = false;
   list->add_flag("--json", list_json, "Print the level-2 records as JSON");
-  list->callback([] { SetExitCode(Guarded([] { return ListPrinters(list_json); })); });
+  list->callback([] {
+    SetExitCode(Guarded("cannot list the printers", "", [] { return ListPrinters(list_json); }));
+  });
 
   auto* printer = app.add_subcommand("printer", "Show or change one printer");
   static std::string name;
   static bool show_json = false;
   static Changes changes;
   printer->add_option("name", name, "The printer's name")->required();
-  printer->add_flag("--json", show_json, "Print the level-2 record as JSON");
+  printer->add_flag("--json", show_json,
+                    "Print the level-2 record as JSON, with ModelName, DriverVersion, DriverDate "
+                    "and Interface (\"basic\" or \"advanced\")");
   auto* set = printer->add_subcommand("set", "Change the printer's fields");
   set->add_option("--comment", changes.comment, "Comment");
   set->add_option("--location", changes.location, "Location");
@@ -161,9 +205,10 @@ void AddPrintersCommands(CLI::App& app) {
       ->check(CLI::IsMember({"on", "off"}));
   set->add_option("--port", changes.port, "Port (device URI on Linux)");
   set->add_option("--priority", changes.priority, "Default job priority")->check(CLI::Range(1, 99));
-  printer->callback([printer, set] {
-    (void)printer;
-    SetExitCode(Guarded([set] {
+  printer->callback([set] {
+    const std::string what =
+        (set->parsed() ? "cannot change printer '" : "cannot show printer '") + name + "'";
+    SetExitCode(Guarded(what, name, [set] {
       return set->parsed() ? ChangePrinter(name, changes) : ShowPrinter(name, show_json);
     }));
   });

@@ -6,6 +6,7 @@
 #include "platform/cups/cups_backend_posix.h"
 #include "platform/cups/cups_mapping_posix.h"
 #include "platform/cups/cups_notifications_posix.h"
+#include "platform/cups/cups_ppd_posix.h"
 #include "platform/win32_errors.h"
 #include "platform/thread_annotations.h"
 
@@ -258,6 +259,11 @@ class CupsPrinter : public SpoolerPrinter {
       httpClose(doc_http_);
     doc_http_ = nullptr;
     return cups::ErrorFromIppStatus(status, true);
+  }
+
+  PlatformResult GetDriverFile(DriverFile* file) override {
+    if (name_.empty()) return kErrorInvalidHandle;
+    return cups::FetchPpdFile(backend_.pool(), name_, file);
   }
 
  private:
