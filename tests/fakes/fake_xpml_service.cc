@@ -14,6 +14,7 @@ FakeXpmlService::FakeXpmlService(Reply reply, bool close_after_reply)
 FakeXpmlService::~FakeXpmlService() {
   stop_ = true;
   thread_.join();
+  for (std::thread& connection : connection_threads_) connection.join();
   platform::CloseSocket(listener_);
 }
 
@@ -27,9 +28,13 @@ void FakeXpmlService::Serve() {
     platform::SocketHandle connection;
     if (platform::AcceptSocket(listener_, 50, &connection) != 0) continue;
     ++connections_;
-    while (!stop_ && ServeOne(connection)) {
-    }
-    platform::CloseSocket(connection);
+    // Each connection on its own thread, as a real service serves clients
+    // that hold several connections at once.
+    connection_threads_.emplace_back([this, connection] {
+      while (!stop_ && ServeOne(connection)) {
+      }
+      platform::CloseSocket(connection);
+    });
   }
 }
 

@@ -1,4 +1,4 @@
-// A one-thread XPML service on loopback for unit tests: answers each request
+// An XPML service on loopback for unit tests, a thread per connection: answers each request
 // with what `reply` returns for it (raw bytes: status line, fields, body),
 // and may close the connection after each reply. Counts connections and
 // keeps every request.
@@ -38,7 +38,8 @@ class FakeXpmlService {
   std::atomic<int> connections_{0};
   mutable Mutex mutex_;
   std::vector<HttpMessage> requests_ GUARDED_BY(mutex_);
-  std::thread thread_;
+  std::thread thread_;                           // accepts
+  std::vector<std::thread> connection_threads_;  // only the accepting thread adds
 };
 
 // A "200" reply carrying `body`, as the service sends it.
