@@ -48,18 +48,6 @@ TEST(StatusRulesTest, SeverityAndTextOfSpoolerWords) {
   }
 }
 
-TEST(StatusRulesTest, EveryErrorAndWarningBitSetsItsSeverity) {
-  for (int bit = 0; bit < 32; ++bit) {
-    const uint32_t word = 1u << bit;
-    SCOPED_TRACE(bit);
-    const uint32_t expected = (word & 0x00FC185A) ? 2 : (word & 0x01020000) ? 3 : 1;
-    EXPECT_EQ(SeverityOfWord1(word), expected);
-    EXPECT_EQ(SeverityBits(SeverityOfWord1(word)), expected == 2   ? 0x80000000u
-                                                   : expected == 3 ? 0x40000000u
-                                                                   : 0u);
-  }
-}
-
 TEST(StatusRulesTest, SystemTextsReplaceTheEnglishOnesAndTheGenericTextFillsAnEmptyOne) {
   std::vector<std::pair<std::string, uint32_t>> asked;
   const StatusTextSource system = [&](const char* library, uint32_t id) -> std::string {
