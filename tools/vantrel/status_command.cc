@@ -74,7 +74,7 @@ const char* SourceName(int32_t source) {
 }
 
 nlohmann::ordered_json ToJson(const std::string& name, const StatusReadingRecord& record,
-                      const std::string& text) {
+                              const std::string& text) {
   nlohmann::ordered_json conditions = nlohmann::ordered_json::object();
   for (const printers::StatusCondition& condition : printers::kStatusConditions)
     conditions[condition.name] =
