@@ -5,6 +5,7 @@
 #include "printers/advanced_driver_interface.h"
 #include "printers/status_exchanges.h"
 #include "printers/status_reply.h"
+#include "printers/status_rules.h"
 
 namespace vantrel::printers {
 namespace {
@@ -34,7 +35,7 @@ bool AdvancedDriverInterface::IsMonitoringOn() { return status_->IsMonitoringOn(
 std::string AdvancedDriverInterface::GetStatusText() {
   const std::optional<std::string> reply = status_->Ask(kTextStateRequest);
   const std::optional<DeviceText> device = reply ? ParseTextReply(*reply) : std::nullopt;
-  return JoinStatusTexts(device ? device->text : "", GetStatusWord(), status_->texts());
+  return JoinStatusTexts(device ? device->text : "", GetStatusWord(), SystemStatusTexts());
 }
 
 bool AdvancedDriverInterface::GetStatusFlag(int32_t code) {
@@ -71,7 +72,7 @@ StatusReading AdvancedDriverInterface::ReadStatus() {
   // second; monitoring was checked a moment ago.
   const std::optional<std::string> text_reply = status_->Send(kTextStateRequest);
   const std::optional<DeviceText> device = text_reply ? ParseTextReply(*text_reply) : std::nullopt;
-  reading.text = JoinStatusTexts(device ? device->text : "", reading.word1, status_->texts());
+  reading.text = JoinStatusTexts(device ? device->text : "", reading.word1, SystemStatusTexts());
   return reading;
 }
 

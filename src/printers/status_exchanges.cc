@@ -33,8 +33,7 @@ AdvancedDriverInterface::StatusExchanges::StatusExchanges() : StatusExchanges(Cu
 AdvancedDriverInterface::StatusExchanges::StatusExchanges(const StatusExchangeHooks& hooks)
     : client_(hooks.client ? hooks.client : ProcessClient()),
       clock_(hooks.clock ? hooks.clock : platform::TickCount64),
-      store_(hooks.store),
-      texts_(hooks.texts ? hooks.texts : SystemStatusTexts()) {}
+      store_(hooks.store) {}
 
 bool AdvancedDriverInterface::StatusExchanges::IsMonitoringOn() {
   const uint64_t now = clock_();

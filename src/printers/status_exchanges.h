@@ -17,7 +17,6 @@
 #include "driver/client_utility.h"
 #include "platform/thread_annotations.h"
 #include "printers/advanced_driver_interface.h"
-#include "printers/status_rules.h"
 
 namespace vantrel::printers {
 
@@ -26,12 +25,11 @@ constexpr uint64_t kMonitoringCacheMs = 1000;
 
 // What a status exchange takes from the process; empty members mean the
 // process's own (one shared XPML client, the monotonic clock, the process's
-// settings store, the system's texts).
+// settings store).
 struct StatusExchangeHooks {
   std::shared_ptr<ClientUtility> client;
   std::function<uint64_t()> clock;
   platform::SettingsStore* store = nullptr;
-  StatusTextSource texts;
 };
 
 // Replaces the hooks of every interface made from now on, until called with
@@ -59,15 +57,12 @@ class AdvancedDriverInterface::StatusExchanges {
   // Send, when monitoring is on; nothing when it is off.
   std::optional<std::string> Ask(std::string_view request);
 
-  const StatusTextSource& texts() const { return texts_; }
-
  private:
   bool ReadMonitoringSetting() const;
 
   const std::shared_ptr<ClientUtility> client_;
   const std::function<uint64_t()> clock_;
   platform::SettingsStore* const store_;
-  const StatusTextSource texts_;
   XpmlPrinterContext printer_;  // set once by SetPrinter, then only read
 
   Mutex mutex_;  // the monitoring cache; never held while reading the setting

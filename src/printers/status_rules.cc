@@ -1,5 +1,7 @@
 #include "printers/status_rules.h"
 
+#include <atomic>
+
 #include "platform/system_strings.h"
 
 namespace vantrel::printers {
@@ -44,6 +46,8 @@ constexpr BitText kBitTexts[] = {
 };
 constexpr BitText kErrorText = {kStatusErrorBit, 18003, "Error"};
 constexpr BitText kReadyText = {0, 18005, "Ready"};
+
+std::atomic<const StatusTextSource*> texts_for_testing{nullptr};
 
 std::string TextOf(const BitText& entry, const StatusTextSource& texts) {
   std::string text = texts(kTextLibrary, entry.id);
@@ -100,7 +104,12 @@ uint32_t SeverityBits(uint32_t severity) {
   return 0;
 }
 
-StatusTextSource SystemStatusTexts() { return platform::LoadSystemLibraryString; }
+StatusTextSource SystemStatusTexts() {
+  if (const StatusTextSource* texts = texts_for_testing.load()) return *texts;
+  return platform::LoadSystemLibraryString;
+}
+
+void SetStatusTextsForTesting(const StatusTextSource* texts) { texts_for_testing.store(texts); }
 
 std::string StatusTextOfWord1(uint32_t word1, const StatusTextSource& texts) {
   std::string text;

@@ -56,9 +56,13 @@ uint32_t SeverityOfWord1(uint32_t word1);
 uint32_t SeverityBits(uint32_t severity);
 
 // A localised text: the system library's string `id`, or empty when there is
-// none. The default source is platform::LoadSystemLibraryString.
+// none. The system's source is platform::LoadSystemLibraryString, unless a
+// test put its own in place.
 using StatusTextSource = std::function<std::string(const char* library, uint32_t id)>;
 StatusTextSource SystemStatusTexts();
+// Replaces the system's source until called with null (tests only); the
+// source must outlive its use.
+void SetStatusTextsForTesting(const StatusTextSource* texts);
 
 // The text of word 1: the texts of its set bits in bit order joined by ", ",
 // then "Error" when the error bit is the only error bit set; for a non-zero

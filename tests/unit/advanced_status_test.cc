@@ -14,6 +14,7 @@
 #include "printers/advanced_driver_interface.h"
 #include "printers/status_exchanges.h"
 #include "printers/status_reply.h"
+#include "printers/status_rules.h"
 #include "status_device.h"
 #include "support/registry.h"
 
@@ -50,7 +51,7 @@ class AdvancedStatusTest : public ::testing::Test {
     hooks_.client = std::make_shared<ClientUtility>(nullptr, &store_, client_hooks);
     hooks_.clock = [this] { return now_.load(); };
     hooks_.store = &store_;
-    hooks_.texts = [](const char*, uint32_t) { return std::string(); };
+    SetStatusTextsForTesting(&english_);
     SetStatusExchangeHooksForTesting(&hooks_);
     driver_ = std::make_unique<AdvancedDriverInterface>();
     SetStatusExchangeHooksForTesting(nullptr);
@@ -73,13 +74,17 @@ class AdvancedStatusTest : public ::testing::Test {
     EXPECT_EQ(reading.word1, word1);
     EXPECT_EQ(reading.severity, SeverityOfWord1(word1));
     EXPECT_EQ(reading.word2, SeverityBits(reading.severity));
-    EXPECT_EQ(reading.text, StatusTextOfWord1(word1, hooks_.texts));
+    EXPECT_EQ(reading.text, StatusTextOfWord1(word1, english_));
     EXPECT_EQ(driver_->GetStatusWord2(), reading.word2);
     EXPECT_EQ(driver_->GetSeverity(), reading.severity);
     EXPECT_EQ(driver_->GetStatusText(), reading.text);
     EXPECT_FALSE(driver_->GetStatusFlag(206));
   }
 
+  ~AdvancedStatusTest() override { SetStatusTextsForTesting(nullptr); }
+
+  // A system without resource libraries, on every target.
+  const StatusTextSource english_ = [](const char*, uint32_t) { return std::string(); };
   testing::FakeSpooler spooler_;
   testing::FakeSettingsStore store_;
   std::atomic<uint64_t> now_{100000};

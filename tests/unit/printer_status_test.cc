@@ -48,8 +48,10 @@ class PrinterStatusTest : public ::testing::Test {
     client_hooks.log = [](uint32_t, const std::string&) {};
     hooks_.client = std::make_shared<ClientUtility>(nullptr, nullptr, client_hooks);
     printers::SetStatusExchangeHooksForTesting(&hooks_);
+    printers::SetStatusTextsForTesting(&english_);
   }
   ~PrinterStatusTest() override {
+    printers::SetStatusTextsForTesting(nullptr);
     printers::SetStatusExchangeHooksForTesting(nullptr);
     platform::SetSettingsStoreForTesting(nullptr);
     platform::SetSpoolerForTesting(nullptr);
@@ -99,6 +101,8 @@ class PrinterStatusTest : public ::testing::Test {
     ASSERT_EQ(PrinterRegistry(kAdvanced).WriteDword("NETWORK:XPML Server Port", port), 0);
   }
 
+  // A system without resource libraries, on every target.
+  const printers::StatusTextSource english_ = [](const char*, uint32_t) { return std::string(); };
   testing::FakeSpooler spooler_;
   testing::FakeSettingsStore store_;
   printers::StatusExchangeHooks hooks_;
