@@ -41,6 +41,13 @@ class AdvancedDriverInterface : public BasicDriverInterface {
 
  private:
   // The state of the status exchanges.
+  class StatusExchanges;  // status_exchanges.h
+  static std::shared_ptr<StatusExchanges> MakeStatusExchanges();
+  // Reached through DriverInterface when the context opens the printer: also
+  // learns the printer's server and kind for the exchanges.
+  void Attach(platform::SpoolerPrinter* printer, const std::string& printer_name) override;
+  // Never null; has its own lock.
+  const std::shared_ptr<StatusExchanges> status_ = MakeStatusExchanges();
 
   // The state of the interface module's channel.
 };

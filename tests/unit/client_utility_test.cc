@@ -10,6 +10,7 @@
 
 #include "driver/xpml_encoding.h"
 #include "fakes/fake_spooler.h"
+#include "fakes/fake_xpml_service.h"
 #include "fakes/fake_settings_store.h"
 #include "platform/clock.h"
 #include "platform/registry_value.h"
@@ -20,71 +21,7 @@
 namespace vantrel {
 namespace {
 
-// A one-thread XPML service on loopback: answers each request with what
-// `reply` returns for it (raw bytes), and may close after each reply.
-class FakeXpmlService {
- public:
-  using Reply = std::function<std::string(const HttpMessage& request)>;
-  explicit FakeXpmlService(Reply reply, bool close_after_reply = false)
-      : reply_(std::move(reply)), close_after_reply_(close_after_reply) {
-    EXPECT_EQ(platform::ListenSocket("127.0.0.1", 0, &listener_, &port_), 0);
-    thread_ = std::thread([this] { Serve(); });
-  }
-  ~FakeXpmlService() {
-    stop_ = true;
-    thread_.join();
-    platform::CloseSocket(listener_);
-  }
-  uint16_t port() const { return port_; }
-  int connections() const { return connections_.load(); }
-  std::vector<HttpMessage> requests() {
-    std::lock_guard<std::mutex> hold(mutex_);
-    return requests_;
-  }
-
- private:
-  void Serve() {
-    while (!stop_) {
-      platform::SocketHandle connection;
-      if (platform::AcceptSocket(listener_, 50, &connection) != 0) continue;
-      ++connections_;
-      while (!stop_ && ServeOne(connection)) {
-      }
-      platform::CloseSocket(connection);
-    }
-  }
-
-  // False when the connection is to be closed.
-  bool ServeOne(platform::SocketHandle connection) {
-    HttpMessageReader reader;
-    char buffer[4096];
-    while (reader.state() == HttpMessageReader::State::kNeedMore) {
-      size_t got = 0;
-      const long error = platform::ReceiveSome(connection, buffer, sizeof(buffer), 50, &got);
-      if (error == platform::kWsaTimedOut && !stop_) continue;
-      if (error != 0 || got == 0) return false;
-      reader.Feed(std::string_view(buffer, got));
-    }
-    if (reader.state() != HttpMessageReader::State::kComplete) return false;
-    {
-      std::lock_guard<std::mutex> hold(mutex_);
-      requests_.push_back(reader.message());
-    }
-    // A client that left early is the test's to notice, not the service's.
-    platform::IgnoreResult(platform::SendAll(connection, reply_(reader.message()), 1000));
-    return !close_after_reply_;
-  }
-
-  const Reply reply_;
-  const bool close_after_reply_;
-  platform::SocketHandle listener_ = platform::kInvalidSocket;
-  uint16_t port_ = 0;
-  std::atomic<bool> stop_{false};
-  std::atomic<int> connections_{0};
-  std::mutex mutex_;
-  std::vector<HttpMessage> requests_;  // guarded by mutex_
-  std::thread thread_;
-};
+using testing::FakeXpmlService;
 
 std::string Ok(std::string_view body) { return FormatHttpReply(200, {{"TID", "t-9"}}, body); }
 

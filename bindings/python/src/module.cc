@@ -8,6 +8,7 @@
 #include "com_error.h"
 #include "dispatch_ref.h"
 #include "event_sink.h"
+#include "status_reading.h"
 #include "values.h"
 
 // The library's entry points (exported with C linkage by libvantrel.so).
@@ -78,6 +79,7 @@ PYBIND11_MODULE(_vantrel, module) {
   vp::RegisterErrorTranslator();
   vp::BindDispatchRef(module);
   vp::BindEvents(module);
+  vp::BindStatusReading(module);
   module.def("create", &vp::Create, py::arg("name"),
              "A new object of the class a ProgID or a braced CLSID names.");
   module.def("register", [] {
