@@ -321,6 +321,10 @@ class FakePrinter : public SpoolerPrinter {
     return read != kErrorSuccess ? read : result;
   }
 
+  PlatformResult GetDefaultPaper(PaperFields* paper) override {
+    return Read("GetDefaultPaper", [&](FakeSpooler::Printer& p) { *paper = p.paper; });
+  }
+
   PlatformResult WatchChanges(const NotifyFields& fields,
                               std::unique_ptr<ChangeWatch>* watch) override {
     spooler_->Count("WatchChanges");
@@ -506,6 +510,11 @@ void FakeSpooler::SetData(const std::string& name, const std::string& value_name
                           std::vector<uint8_t> bytes) {
   MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->data["\n" + value_name] = std::move(bytes);
+}
+
+void FakeSpooler::SetDefaultPaper(const std::string& name, const platform::PaperFields& paper) {
+  MutexLock lock(mutex_);
+  if (Printer* p = FindLocked(name)) p->paper = paper;
 }
 
 void FakeSpooler::RenameRecord(const std::string& name, const std::string& record_name) {

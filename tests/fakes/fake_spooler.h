@@ -34,6 +34,8 @@ class FakeSpooler : public platform::Spooler {
                   const std::function<void(platform::PrinterInfo2&)>& edit);
   void SetData(const std::string& name, const std::string& value_name,
                std::vector<uint8_t> bytes = {1});
+  // The paper of the printer's default device mode (none until set).
+  void SetDefaultPaper(const std::string& name, const platform::PaperFields& paper);
   // Renames as the spooler does with a printer pending deletion ("Labels,3").
   void RenameRecord(const std::string& name, const std::string& record_name);
 
@@ -72,6 +74,7 @@ class FakeSpooler : public platform::Spooler {
     platform::PrinterInfo2 info;
     std::map<std::string, std::vector<uint8_t>> data;  // "key\nvalue" or "\nvalue"
     std::vector<Job> jobs;
+    platform::PaperFields paper;
     bool deny_admin = false;
     bool broken = false;
   };

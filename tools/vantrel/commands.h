@@ -12,6 +12,7 @@ void AddRegisterCommands(CLI::App& app);
 void AddPrintersCommands(CLI::App& app);
 void AddXpmlCommand(CLI::App& app);
 void AddSendCommand(CLI::App& app);
+void AddCommandCommand(CLI::App& app);
 
 // The exit status recorded by the command that ran.
 int ExitCode();
