@@ -57,12 +57,9 @@ class DriverChannelTest : public ::testing::Test {
   static void SetUpTestSuite() { store_ = &testing::ModuleStore(); }
   void TearDown() override { SetIsolation(false); }
 
-  static void SetIsolation(bool on) {
-    PrinterRegistry registry("", {}, {}, {}, 0, store_);
-    ASSERT_EQ(registry.WriteDword("GLOBAL:Driver Isolation", on ? 1 : 0), 0);
-  }
+  static void SetIsolation(bool on) { ASSERT_TRUE(testing::SetDriverIsolation(on)); }
   static PrinterRegistry Settings(const std::string& printer) {
-    return PrinterRegistry(printer, {}, {}, {}, 0, store_);
+    return testing::ModuleSettings(printer);
   }
   // A printer of this run whose module answers kFlagCases (and supports the
   // hold action).
@@ -82,7 +79,6 @@ class DriverChannelTest : public ::testing::Test {
   static CommandRequest Query(DriverChannel& channel, const std::string& printer, int32_t code) {
     CommandRequest request;
     request.execute = false;
-    request.is_supported = true;  // to see that a call with no module clears it
     RunDriverAction(channel, printer, code, &request);
     return request;
   }
@@ -104,16 +100,6 @@ TEST_F(DriverChannelTest, TheFlagWordBecomesTheFourAnswersInProcessAndInTheHost)
     EXPECT_TRUE(channel->open());
     EXPECT_EQ(channel->proxied(), isolated);
   }
-}
-
-TEST_F(DriverChannelTest, WithoutTheModuleNothingIsSupportedAndTheNextCallTriesAgain) {
-  DriverChannel channel(testing::SampleModule("no-such-module"), store_);
-  EXPECT_EQ(AnswersOf(Query(channel, "Missing", 3)), (Answers{false, false, false, false}));
-  EXPECT_FALSE(channel.open());
-  int runs = 0;
-  EXPECT_FALSE(channel.Run("Missing", [&](DriverDLLProxy&, uint64_t) { ++runs; }));
-  EXPECT_EQ(runs, 0);
-  EXPECT_FALSE(ExportDriverSettings(channel, "Missing", "unused.reg", 0xFFFFFFFF));
 }
 
 // Import and reset save afterwards; export does not. Each reports the module
@@ -151,11 +137,7 @@ TEST_F(DriverChannelTest, AHostKilledInMidCallIsReplacedByTheNextCall) {
     RunDriverAction(*channel, printer, kHoldAction, &request);
     return request;
   });
-  std::optional<uint32_t> host;
-  for (int i = 0; i < 500 && !host; ++i) {
-    platform::SleepMilliseconds(20);
-    host = Settings(printer).ReadDword("SETTINGS:Host Process");
-  }
+  const std::optional<uint32_t> host = testing::WaitForHeldHost(printer);
   ASSERT_TRUE(host) << "the host never reached the held action";
   ASSERT_TRUE(platform::KillProcess(*host));
   EXPECT_TRUE(held.get().is_supported) << "the flags came before the host died";

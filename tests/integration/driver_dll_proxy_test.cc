@@ -33,12 +33,9 @@ class DriverProxyTest : public ::testing::Test {
   void SetUp() override { SetIsolation(false); }
   void TearDown() override { SetIsolation(false); }
 
-  static void SetIsolation(bool on) {
-    PrinterRegistry registry("", {}, {}, {}, 0, store_);
-    ASSERT_EQ(registry.WriteDword("GLOBAL:Driver Isolation", on ? 1 : 0), 0);
-  }
+  static void SetIsolation(bool on) { ASSERT_TRUE(testing::SetDriverIsolation(on)); }
   static PrinterRegistry Settings(const std::string& printer) {
-    return PrinterRegistry(printer, {}, {}, {}, 0, store_);
+    return testing::ModuleSettings(printer);
   }
   // Removes the keys of the suite's printers, also those an earlier run left.
   // On Windows the store is the registry, which outlives the run, and a key
@@ -171,11 +168,7 @@ TEST_F(DriverProxyTest, AKilledHostFailsItsCallAndEveryLaterOne) {
   const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver"), printer);
   ASSERT_TRUE(proxy.proxied());
   auto held = std::async(std::launch::async, [&] { return proxy.Action(handle, kHoldAction); });
-  std::optional<uint32_t> host;
-  for (int i = 0; i < 500 && !host; ++i) {
-    platform::SleepMilliseconds(20);
-    host = Settings(printer).ReadDword("SETTINGS:Host Process");
-  }
+  const std::optional<uint32_t> host = testing::WaitForHeldHost(printer);
   ASSERT_TRUE(host) << "the host never reached the held action";
   ASSERT_TRUE(platform::KillProcess(*host));
   EXPECT_FALSE(held.get());

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "platform/clock.h"
 #include "platform/environment.h"
 #include "platform/process.h"
 
@@ -36,6 +37,23 @@ SharedStore& Shared() {
 platform::SettingsStore& ModuleStore() { return *Shared().store; }
 
 std::string ModuleStoreFolder() { return Shared().folder.string(); }
+
+bool SetDriverIsolation(bool on) {
+  return ModuleSettings("").WriteDword("GLOBAL:Driver Isolation", on ? 1 : 0) == 0;
+}
+
+PrinterRegistry ModuleSettings(const std::string& printer) {
+  return PrinterRegistry(printer, {}, {}, {}, 0, &ModuleStore());
+}
+
+std::optional<uint32_t> WaitForHeldHost(const std::string& printer) {
+  std::optional<uint32_t> host;
+  for (int i = 0; i < 500 && !host; ++i) {
+    platform::SleepMilliseconds(20);
+    host = ModuleSettings(printer).ReadDword("SETTINGS:Host Process");
+  }
+  return host;
+}
 
 std::string SampleModule(const std::string& variant) {
   std::string folder = SAMPLE_DRIVER_DIR;

@@ -1,5 +1,6 @@
 // The test labels on Linux: a one-page PDF of the queue's default paper,
 // submitted as the job "Printer Test"; a queue that cannot take it is logged.
+// (The blank label and a real scheduler: tests/python/test_command_cli.py.)
 #include <gtest/gtest.h>
 
 #include "unit/pdf_facts.h"
@@ -40,16 +41,6 @@ TEST_F(TestLabelJobTest, TheStandardLabelIsAPdfJobOfTheQueuesPaper) {
   ExpectOnePageOfPoints(facts, (1016 - 60) * kPointsPerTenthMm, 1524 * kPointsPerTenthMm);
   EXPECT_EQ(facts.rectangles.size(), 21u);
   EXPECT_TRUE(NewLogLines().empty());
-}
-
-// No default paper: the design's own 2 by 1 inch; the blank label only feeds.
-TEST_F(TestLabelJobTest, TheBlankLabelIsOneEmptyPageOfTheDesignsSize) {
-  std::string pdf;
-  const platform::JobInfo2 job = Run(PC_TestBlank, &pdf);
-  EXPECT_EQ(job.document, "Printer Test");
-  const PdfFacts facts = ReadPdfFacts(pdf);
-  ExpectOnePageOfPoints(facts, 144, 72);
-  EXPECT_TRUE(facts.rectangles.empty());
 }
 
 TEST_F(TestLabelJobTest, AQueueThatCannotTakeTheLabelIsLoggedAndTheCommandSucceeds) {

@@ -36,15 +36,6 @@ void PresetAnswers(ICommandParameters* parameters) {
   parameters->put_RequiresManagementRights(VARIANT_TRUE);
 }
 
-TEST_F(PrinterCommandTest, AnUninitializedPrinterRefusesEveryCommand) {
-  auto printer = NewPrinter();
-  auto parameters = NewParameters();
-  EXPECT_EQ(printer->Command(PC_Cut, ObjectArgument(parameters.Get())), kNotInitialized);
-  EXPECT_EQ(TakeClientError().description, "Printer object not initialized");
-  EXPECT_EQ(printer->Command(PC_TestStandard, MissingArgument()), kNotInitialized);
-  EXPECT_EQ(spooler_.Calls("StartDoc"), 0);
-}
-
 // A printer without the vendor's interface value supports nothing, not even
 // the test labels; the answers of an earlier call are cleared.
 TEST_F(PrinterCommandTest, ABasicPrinterAnswersNothingSupported) {

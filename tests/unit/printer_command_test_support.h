@@ -22,7 +22,6 @@
 
 namespace vantrel::testing {
 
-inline constexpr HRESULT kNotInitialized = static_cast<HRESULT>(0x80042000);
 inline constexpr HRESULT kInvalidArgument = static_cast<HRESULT>(0x80070057);
 inline constexpr char kBasicPrinter[] = "Plain Labels";
 inline constexpr char kAdvancedPrinter[] = "Kesto Labels";
