@@ -151,6 +151,7 @@ void DriverDLLProxy::Close(uint64_t handle) {
     CallThroughPipe(dm::kClose, handle);
     pipe_.reset();  // the host ends when its client closes
   } catch (const DriverProxyException&) {
+    broken_ = true;
   }
 }
 

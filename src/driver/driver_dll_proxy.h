@@ -81,6 +81,10 @@ class DriverDLLProxy {
 
   // Whether the module is reached through the module host.
   bool proxied() const { return pipe_ != nullptr; }
+  // Whether an exchange with the module host failed since Open: the pipe
+  // stays broken, so a caller that wants the module again builds a new
+  // object (which starts a new host).
+  bool broken() const { return broken_; }
 
  private:
   bool ShouldUseHost(const std::string& module_path);
@@ -108,6 +112,7 @@ class DriverDLLProxy {
     try {
       return CallThroughPipe(entry, arguments...);
     } catch (const DriverProxyException&) {
+      broken_ = true;
       return failure;
     }
   }
@@ -115,6 +120,7 @@ class DriverDLLProxy {
   platform::SettingsStore* const store_;
   std::unique_ptr<platform::LoadableModule> module_;
   std::unique_ptr<platform::ProxyPipeServer> pipe_;
+  bool broken_ = false;
 };
 
 }  // namespace vantrel

@@ -143,6 +143,17 @@ struct PortInfo2 {
   uint32_t port_type = 0;
 };
 
+// The paper of a printer's default device mode, in tenths of a millimetre,
+// as DEVMODE carries it: each size counts only with its flag (DM_PAPERWIDTH,
+// DM_PAPERLENGTH) set.
+struct PaperFields {
+  bool has_width = false;
+  int32_t paper_width = 0;
+  bool has_length = false;
+  int32_t paper_length = 0;
+  friend bool operator==(const PaperFields&, const PaperFields&) = default;
+};
+
 // A point in time as the spooler reports it (SYSTEMTIME fields, UTC).
 struct SpoolerTime {
   uint16_t year = 0, month = 0, day_of_week = 0, day = 0, hour = 0, minute = 0, second = 0,
@@ -257,13 +268,21 @@ class SpoolerPrinter {
   virtual PlatformResult GetDataEx(std::string_view key, std::string_view value_name,
                                    uint32_t* type, std::vector<uint8_t>* data) = 0;
 
+  // The paper size of the printer's default device mode (Linux: the queue's
+  // media-col-default, else its media-default name). A printer with no
+  // default paper answers success with both flags false.
+  virtual PlatformResult GetDefaultPaper(PaperFields* paper) = 0;
+
   // Registers for changes of this printer (or, on the server, of the
   // printer list). kErrorAccessDenied when notifications are refused.
   virtual PlatformResult WatchChanges(const NotifyFields& fields,
                                       std::unique_ptr<ChangeWatch>* watch) = 0;
 
-  // A raw document: StartDoc gives the job id; Write may take fewer bytes than
-  // offered (`written`); EndDoc submits it. One document at a time.
+  // A document: StartDoc gives the job id; Write may take fewer bytes than
+  // offered (`written`); EndDoc submits it. One document at a time. The
+  // datatype "" or "RAW" sends the bytes unchanged; on Linux a MIME type
+  // ("application/pdf") is the document's format, which the scheduler may
+  // convert for the printer, and any other datatype lets it guess.
   virtual PlatformResult StartDoc(std::string_view document_name, std::string_view datatype,
                                   uint32_t* job_id) = 0;
   virtual PlatformResult StartPage() = 0;

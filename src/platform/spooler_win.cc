@@ -53,6 +53,17 @@ PrinterInfo2 FromInfo2(const PRINTER_INFO_2W& p) {
   return info;
 }
 
+// The paper fields of a device mode; none without one.
+PaperFields PaperOf(const DEVMODEW* mode) {
+  PaperFields paper;
+  if (mode == nullptr) return paper;
+  paper.has_width = (mode->dmFields & DM_PAPERWIDTH) != 0;
+  paper.paper_width = paper.has_width ? mode->dmPaperWidth : 0;
+  paper.has_length = (mode->dmFields & DM_PAPERLENGTH) != 0;
+  paper.paper_length = paper.has_length ? mode->dmPaperLength : 0;
+  return paper;
+}
+
 SpoolerTime FromSystemTime(const SYSTEMTIME& t) {
   return {t.wYear, t.wMonth, t.wDayOfWeek, t.wDay, t.wHour, t.wMinute, t.wSecond, t.wMilliseconds};
 }
@@ -246,6 +257,14 @@ class WinPrinter : public SpoolerPrinter {
     record.UntilTime = info.until_time;
     if (!SetPrinterW(handle_, 2, reinterpret_cast<BYTE*>(&record), 0))
       return static_cast<long>(GetLastError());
+    return kErrorSuccess;
+  }
+
+  PlatformResult GetDefaultPaper(PaperFields* paper) override {
+    std::vector<BYTE> buffer;
+    const long error = Read(2, &buffer);
+    if (error != kErrorSuccess) return error;
+    *paper = PaperOf(reinterpret_cast<PRINTER_INFO_2W*>(buffer.data())->pDevMode);
     return kErrorSuccess;
   }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "printers/basic_driver_interface.h"
+#include "printers/driver_channel.h"
 
 namespace vantrel::printers {
 
@@ -50,6 +51,9 @@ class AdvancedDriverInterface : public BasicDriverInterface {
   const std::shared_ptr<StatusExchanges> status_ = MakeStatusExchanges();
 
   // The state of the interface module's channel.
+  // The interface module, opened by the first command or settings call and
+  // kept; calls on it are serialised by its own lock (driver_channel.h).
+  DriverChannel channel_;
 };
 
 }  // namespace vantrel::printers

@@ -33,6 +33,7 @@ class Printer : public frame::EventSourceObject<IPrinterStubs, IID_IPrinter, CLS
   // Binds the object and its five children to the named printer. The same
   // name again keeps the printer's context; another name releases it.
   STDMETHODIMP Initialize(BSTR argPrinterName) override;
+  STDMETHODIMP Command(PrinterCommand argPrinterCommand, VARIANT argCommandParameters) override;
 
   // The children are handed out bound or not; using an unbound one fails
   // there with its own error.

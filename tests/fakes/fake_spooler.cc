@@ -323,6 +323,10 @@ class FakePrinter : public SpoolerPrinter {
     return read != kErrorSuccess ? read : result;
   }
 
+  PlatformResult GetDefaultPaper(PaperFields* paper) override {
+    return Read("GetDefaultPaper", [&](FakeSpooler::Printer& p) { *paper = p.paper; });
+  }
+
   PlatformResult WatchChanges(const NotifyFields& fields,
                               std::unique_ptr<ChangeWatch>* watch) override {
     spooler_->Count("WatchChanges");
@@ -539,6 +543,11 @@ void FakeSpooler::SetStringData(const std::string& name, const std::string& valu
 void FakeSpooler::SetDriverFile(const std::string& name, const DriverFile& file) {
   MutexLock lock(mutex_);
   if (Printer* p = FindLocked(name)) p->driver_file = file;
+}
+
+void FakeSpooler::SetDefaultPaper(const std::string& name, const platform::PaperFields& paper) {
+  MutexLock lock(mutex_);
+  if (Printer* p = FindLocked(name)) p->paper = paper;
 }
 
 void FakeSpooler::RenameRecord(const std::string& name, const std::string& record_name) {

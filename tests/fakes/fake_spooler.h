@@ -43,6 +43,8 @@ class FakeSpooler : public platform::Spooler {
                      const std::string& text);
   // The printer's driver file; a new printer has none (a raw queue).
   void SetDriverFile(const std::string& name, const platform::DriverFile& file);
+  // The paper of the printer's default device mode (none until set).
+  void SetDefaultPaper(const std::string& name, const platform::PaperFields& paper);
   // Renames as the spooler does with a printer pending deletion ("Labels,3").
   void RenameRecord(const std::string& name, const std::string& record_name);
 
@@ -86,6 +88,7 @@ class FakeSpooler : public platform::Spooler {
     std::vector<Job> jobs;
     std::optional<platform::DriverFile> driver_file;
     int opens_left = -1;  // -1: no limit
+    platform::PaperFields paper;
     bool deny_admin = false;
     bool broken = false;
   };

@@ -12,53 +12,30 @@
 #include "platform/module_version.h"
 #include "platform/process.h"
 #include "platform/registry_value.h"
+#include "integration/module_store.h"
 #include "support/registry.h"
 
 namespace vantrel {
 namespace {
 
+using testing::SampleModule;
+
 constexpr uint32_t kHoldAction = 9000;  // the sample module sleeps in it
 constexpr uint32_t kEchoAction = 9001;  // the sample module answers it at once
 
-// The modules are in the build's module folder, or beside this program.
-std::string SampleModule(const std::string& variant) {
-  std::string folder = SAMPLE_DRIVER_DIR;
-  if (folder.empty()) {
-    folder = std::filesystem::path(platform::CurrentExecutablePath()).parent_path().string();
-  }
-  return (std::filesystem::path(folder) / (variant + SAMPLE_DRIVER_SUFFIX)).string();
-}
-
-// One store for the whole suite, shared with the modules (loaded once per
-// process) and the module hosts (through VANTREL_HOME): each test uses
-// printers of its own.
 class DriverProxyTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    folder_ = new std::filesystem::path(
-        std::filesystem::temp_directory_path() /
-        ("vantrel-proxy-" + std::to_string(platform::CurrentProcessId())));
-    std::filesystem::create_directories(*folder_);
-    platform::SetEnvironmentValue("VANTREL_HOME", folder_->string());
-    store_ = platform::OpenSettingsStoreAt(folder_->string()).release();
+    store_ = &testing::ModuleStore();
     ForgetPrinters();
   }
-  static void TearDownTestSuite() {
-    ForgetPrinters();
-    platform::RemoveEnvironmentValue("VANTREL_HOME");
-    delete store_;
-    std::filesystem::remove_all(*folder_);
-    delete folder_;
-  }
+  static void TearDownTestSuite() { ForgetPrinters(); }
   void SetUp() override { SetIsolation(false); }
   void TearDown() override { SetIsolation(false); }
 
-  static void SetIsolation(bool on) {
-    PrinterRegistry registry("", {}, {}, {}, 0, store_);
-    ASSERT_EQ(registry.WriteDword("GLOBAL:Driver Isolation", on ? 1 : 0), 0);
-  }
+  static void SetIsolation(bool on) { ASSERT_TRUE(testing::SetDriverIsolation(on)); }
   static PrinterRegistry Settings(const std::string& printer) {
-    return PrinterRegistry(printer, {}, {}, {}, 0, store_);
+    return testing::ModuleSettings(printer);
   }
   // Removes the keys of the suite's printers, also those an earlier run left.
   // On Windows the store is the registry, which outlives the run, and a key
@@ -72,13 +49,13 @@ class DriverProxyTest : public ::testing::Test {
       printer.DeleteKey("2:SYSTEM/CurrentControlSet/Control/Print/Printers/[PRINTER]");
     }
   }
-  static std::string TempFile(const std::string& name) { return (*folder_ / name).string(); }
+  static std::string TempFile(const std::string& name) {
+    return (std::filesystem::path(testing::ModuleStoreFolder()) / name).string();
+  }
 
-  static std::filesystem::path* folder_;
   static platform::SettingsStore* store_;
 };
 
-std::filesystem::path* DriverProxyTest::folder_ = nullptr;
 platform::SettingsStore* DriverProxyTest::store_ = nullptr;
 
 TEST_F(DriverProxyTest, VersionTablesAreReadWithoutLoadingTheModule) {
@@ -191,11 +168,7 @@ TEST_F(DriverProxyTest, AKilledHostFailsItsCallAndEveryLaterOne) {
   const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver"), printer);
   ASSERT_TRUE(proxy.proxied());
   auto held = std::async(std::launch::async, [&] { return proxy.Action(handle, kHoldAction); });
-  std::optional<uint32_t> host;
-  for (int i = 0; i < 500 && !host; ++i) {
-    platform::SleepMilliseconds(20);
-    host = Settings(printer).ReadDword("SETTINGS:Host Process");
-  }
+  const std::optional<uint32_t> host = testing::WaitForHeldHost(printer);
   ASSERT_TRUE(host) << "the host never reached the held action";
   ASSERT_TRUE(platform::KillProcess(*host));
   EXPECT_FALSE(held.get());

@@ -13,6 +13,7 @@ void AddPrintersCommands(CLI::App& app);
 void AddXpmlCommand(CLI::App& app);
 void AddSendCommand(CLI::App& app);
 void AddStatusCommand(CLI::App& app);
+void AddCommandCommand(CLI::App& app);
 
 // The exit status recorded by the command that ran.
 int ExitCode();

@@ -23,6 +23,7 @@ int main(int argc, char** argv) {
   vantrel::tool::AddXpmlCommand(app);
   vantrel::tool::AddSendCommand(app);
   vantrel::tool::AddStatusCommand(app);
+  vantrel::tool::AddCommandCommand(app);
   // The platform's arguments are UTF-8 on both targets; main's argv is not on
   // Windows. CLI11 takes them without the program, last first.
   std::vector<std::string> args = vantrel::platform::ProcessArguments();

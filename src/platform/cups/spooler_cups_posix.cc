@@ -5,6 +5,7 @@
 
 #include "platform/cups/cups_backend_posix.h"
 #include "platform/cups/cups_mapping_posix.h"
+#include "platform/cups/cups_media_posix.h"
 #include "platform/cups/cups_notifications_posix.h"
 #include "platform/cups/cups_ppd_posix.h"
 #include "platform/win32_errors.h"
@@ -26,6 +27,14 @@ bool Matches(uint32_t flags, const PrinterInfo2& info) {
   if (flags & (kEnumLocal | kEnumConnections | kEnumNetwork))
     return remote ? (flags & (kEnumConnections | kEnumNetwork)) != 0 : (flags & kEnumLocal) != 0;
   return true;
+}
+
+// The document-format of a datatype: "" and "RAW" are raw, a MIME type is
+// itself, anything else is left to the scheduler's guess.
+std::string DocumentFormatOf(std::string_view datatype) {
+  if (datatype.empty() || datatype == "RAW") return CUPS_FORMAT_RAW;
+  if (datatype.find('/') != std::string_view::npos) return std::string(datatype);
+  return CUPS_FORMAT_AUTO;
 }
 
 class CupsPrinter : public SpoolerPrinter {
@@ -187,6 +196,21 @@ class CupsPrinter : public SpoolerPrinter {
     return backend_.GetStoredData(name_, std::string(key), std::string(value_name), type, data);
   }
 
+  PlatformResult GetDefaultPaper(PaperFields* paper) override {
+    if (name_.empty()) return kErrorInvalidHandle;
+    ipp_t* request = NewRequest(IPP_OP_GET_PRINTER_ATTRIBUTES, backend_.pool().PrinterUri(name_));
+    cups::AddRequestedAttributes(request, cups::kPaperAttributes, cups::kPaperAttributeCount);
+    long error = kErrorSuccess;
+    IppMessage response(backend_.pool().Do(request, "/", true, &error));
+    if (!response) return error;
+    PaperFields found;
+    cups::ForEachGroup(response.get(), IPP_TAG_PRINTER, [&](const cups::AttributeGroup& group) {
+      found = cups::DefaultPaperFrom(group);
+    });
+    *paper = found;
+    return kErrorSuccess;
+  }
+
   PlatformResult WatchChanges(const NotifyFields& fields,
                               std::unique_ptr<ChangeWatch>* watch) override {
     *watch = backend_.hub().Watch(name_, fields);
@@ -216,12 +240,12 @@ class CupsPrinter : public SpoolerPrinter {
       return error != kErrorSuccess ? error : kErrorSpoolerUnavailable;
     }
     const int id = ippGetInteger(id_attribute, 0);
-    const bool raw = datatype.empty() || datatype == "RAW";
+    const std::string format = DocumentFormatOf(datatype);
     ipp_t* send = NewRequest(IPP_OP_SEND_DOCUMENT, uri);
     ippAddInteger(send, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", id);
     ippAddString(send, IPP_TAG_OPERATION, IPP_TAG_NAME, "document-name", nullptr, title.c_str());
     ippAddString(send, IPP_TAG_OPERATION, IPP_TAG_MIMETYPE, "document-format", nullptr,
-                 raw ? CUPS_FORMAT_RAW : CUPS_FORMAT_AUTO);
+                 format.c_str());
     ippAddBoolean(send, IPP_TAG_OPERATION, "last-document", 1);
     const http_status_t sent = cupsSendRequest(http, send, "/", CUPS_LENGTH_VARIABLE);
     ippDelete(send);
