@@ -1,5 +1,8 @@
 #include "driver/client_utility.h"
 
+#include <map>
+#include <memory>
+
 #include "platform/registry_value.h"
 #include "support/event_log.h"
 #include "support/http_message.h"
@@ -39,11 +42,46 @@ struct ClientUtility::Settings {
   uint32_t timeout_ms = kDefaultConnectionTimeoutMs;
 };
 
+// The settings last read for each printer, with the store's change stamp and
+// the discovered port they were read under.
+class ClientUtility::SettingsMemo {
+ public:
+  std::optional<Settings> Find(const std::string& key, uint64_t stamp,
+                               const std::optional<uint32_t>& discovered) {
+    MutexLock hold(mutex_);
+    const auto found = entries_.find(key);
+    if (found == entries_.end() || found->second.stamp != stamp ||
+        found->second.discovered != discovered)
+      return std::nullopt;
+    return found->second.settings;
+  }
+
+  void Keep(const std::string& key, uint64_t stamp, const std::optional<uint32_t>& discovered,
+            const Settings& settings) {
+    MutexLock hold(mutex_);
+    if (entries_.size() >= kMostPrinters && entries_.count(key) == 0) entries_.clear();
+    entries_[key] = Entry{stamp, discovered, settings};
+  }
+
+ private:
+  static constexpr size_t kMostPrinters = 256;
+  struct Entry {
+    uint64_t stamp;
+    std::optional<uint32_t> discovered;
+    Settings settings;
+  };
+  Mutex mutex_;
+  std::map<std::string, Entry> entries_ GUARDED_BY(mutex_);
+};
+
 ClientUtility::ClientUtility(std::shared_ptr<TCPSocketManager> manager,
                              platform::SettingsStore* store, Hooks hooks)
     : manager_(manager ? std::move(manager) : TCPSocketManager::Process()),
       store_(store),
-      hooks_(std::move(hooks)) {}
+      hooks_(std::move(hooks)),
+      memo_(std::make_unique<SettingsMemo>()) {}
+
+ClientUtility::~ClientUtility() = default;
 
 void ClientUtility::Log(uint32_t level, const std::string& line) const {
   if (hooks_.log) {
@@ -64,10 +102,30 @@ std::string ClientUtility::last_transaction_id() const {
 }
 
 ClientUtility::Settings ClientUtility::ReadSettings(const XpmlPrinterContext& context) {
-  Settings settings;
   // The spooler is asked before the cross-process mutex is taken: a slow
   // scheduler must not hold up every process's settings.
   const std::optional<uint32_t> discovered = DiscoveredPort(context);
+  platform::SettingsStore& store = store_ ? *store_ : platform::DefaultSettingsStore();
+  // Read before the settings, so a change made while they are read shows
+  // as a new stamp next time.
+  const std::optional<uint64_t> stamp = store.ChangeStamp();
+  // A port that discovery did not find is logged at every exchange, so
+  // that exchange reads anew.
+  const bool rememberable = stamp && (discovered || !DiscoversPort(context));
+  const std::string key =
+      context.printer + '\n' + context.server + '\n' + (context.network_printer ? "1" : "0");
+  if (rememberable) {
+    if (std::optional<Settings> remembered = memo_->Find(key, *stamp, discovered))
+      return *remembered;
+  }
+  Settings settings = ReadSettingsFromStore(context, discovered);
+  if (rememberable) memo_->Keep(key, *stamp, discovered, settings);
+  return settings;
+}
+
+ClientUtility::Settings ClientUtility::ReadSettingsFromStore(
+    const XpmlPrinterContext& context, const std::optional<uint32_t>& discovered) {
+  Settings settings;
   PrinterRegistry registry = RegistryFor(context, store_);
   // One hold of the cross-process mutex for all the reads of an exchange.
   PrinterRegistry::Batch batch(registry);
@@ -99,7 +157,7 @@ bool ClientUtility::DiscoversPort(const XpmlPrinterContext& context) {
 
 std::optional<uint32_t> ClientUtility::DiscoveredPort(const XpmlPrinterContext& context) const {
   if (!DiscoversPort(context)) return std::nullopt;
-  return ReadPrinterDataPort(context.printer);
+  return ReadPrinterDataPort(context);
 }
 
 uint32_t ClientUtility::GetRefactoredTcpPortNumber(const XpmlPrinterContext& context) {
@@ -133,13 +191,19 @@ uint32_t ClientUtility::RefactoredPort(PrinterRegistry& registry,
 
 // The value is read into four bytes, so a longer one (a port written as text
 // with its terminator) does not count; a shorter one is zero-extended.
-std::optional<uint32_t> ClientUtility::ReadPrinterDataPort(const std::string& printer) const {
-  platform::Spooler& spooler = hooks_.spooler ? *hooks_.spooler : platform::DefaultSpooler();
-  std::unique_ptr<platform::SpoolerPrinter> handle;
-  if (spooler.Open(printer, platform::kPrinterAccessUse, &handle) != 0) return std::nullopt;
+std::optional<uint32_t> ClientUtility::ReadPrinterDataPort(
+    const XpmlPrinterContext& context) const {
+  platform::SpoolerPrinter* printer = context.handle;
+  std::unique_ptr<platform::SpoolerPrinter> opened;
+  if (printer == nullptr) {
+    platform::Spooler& spooler = hooks_.spooler ? *hooks_.spooler : platform::DefaultSpooler();
+    if (spooler.Open(context.printer, platform::kPrinterAccessUse, &opened) != 0)
+      return std::nullopt;
+    printer = opened.get();
+  }
   uint32_t type = 0;
   std::vector<uint8_t> data;
-  if (handle->GetData("XPML Server Port", &type, &data) != 0) return std::nullopt;
+  if (printer->GetData("XPML Server Port", &type, &data) != 0) return std::nullopt;
   if (type < platform::kRegSz || type > platform::kRegDword || data.size() > 4) {
     return std::nullopt;
   }

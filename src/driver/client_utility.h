@@ -1,7 +1,9 @@
 // Carries one XPML text to a printer driver's local service and returns the
 // reply: an HTTP/1.1 POST to "/xpml" over a kept connection of the
 // TCPSocketManager. The connection settings are read through PrinterRegistry
-// at every exchange, so a change applies to the next one.
+// and remembered per printer with the settings store's change stamp, so a
+// change made by any process applies to the next exchange while an unchanged
+// store costs no read at all.
 #pragma once
 
 #include <cstdint>
@@ -25,6 +27,10 @@ struct XpmlPrinterContext {
   std::string printer;           // the printer's name
   std::string server;            // empty for this computer
   bool network_printer = false;  // a connection to a printer shared by another server
+  // The printer already open, where its data value "XPML Server Port" is
+  // read; null: the printer is opened for each exchange. Must outlive the
+  // exchange.
+  platform::SpoolerPrinter* handle = nullptr;
 };
 
 // Defaults of the settings under "NETWORK:".
@@ -57,6 +63,7 @@ class ClientUtility {
   // A null manager means the process's; a null store the process's store.
   explicit ClientUtility(std::shared_ptr<TCPSocketManager> manager = nullptr,
                          platform::SettingsStore* store = nullptr, Hooks hooks = {});
+  ~ClientUtility();
 
   // Which route answered an exchange.
   static constexpr int kNoRoute = 0;
@@ -86,7 +93,12 @@ class ClientUtility {
 
  private:
   struct Settings;
+  class SettingsMemo;
+  // The settings of an exchange: remembered ones while the store is
+  // unchanged, else read anew.
   Settings ReadSettings(const XpmlPrinterContext& context);
+  Settings ReadSettingsFromStore(const XpmlPrinterContext& context,
+                                 const std::optional<uint32_t>& discovered);
   static bool DiscoversPort(const XpmlPrinterContext& context);
   // The printer's own "XPML Server Port" data value, for a printer of this
   // computer; asks the spooler.
@@ -97,12 +109,13 @@ class ClientUtility {
   std::optional<std::string> Exchange(const std::string& host, uint32_t port,
                                       const Settings& settings, const std::string& request);
   std::string BuildRequest(const XpmlPrinterContext& context, std::string_view xpml);
-  std::optional<uint32_t> ReadPrinterDataPort(const std::string& printer) const;
+  std::optional<uint32_t> ReadPrinterDataPort(const XpmlPrinterContext& context) const;
   void Log(uint32_t level, const std::string& line) const;
 
   const std::shared_ptr<TCPSocketManager> manager_;
   platform::SettingsStore* const store_;
   const Hooks hooks_;
+  const std::unique_ptr<SettingsMemo> memo_;
   mutable Mutex mutex_;
   uint32_t next_transaction_ GUARDED_BY(mutex_) = 1;
   std::string last_transaction_id_ GUARDED_BY(mutex_);

@@ -19,6 +19,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -94,6 +95,12 @@ class SettingsStore {
   // this caller and the key does not exist.
   virtual long CreateKey(RegistryRoot root, std::string_view path, uint32_t access,
                          std::unique_ptr<SettingsKey>* key) = 0;
+
+  // A number that changes whenever a value of the store may have changed,
+  // in this process or another; reading it makes no system call once the
+  // store's files are open. Nothing when the store cannot tell: a caller that
+  // remembers what it read must then read again each time. Any thread.
+  virtual std::optional<uint64_t> ChangeStamp() { return std::nullopt; }
 };
 
 // The process's store. On Linux its folder is VANTREL_HOME, else

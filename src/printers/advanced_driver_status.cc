@@ -13,7 +13,7 @@ namespace {
 // Who the driver's service should answer for: a connection to another
 // server's printer reads that server's settings and takes no local route.
 XpmlPrinterContext XpmlContextOf(platform::SpoolerPrinter* printer, const std::string& name) {
-  XpmlPrinterContext context{name, "", false};
+  XpmlPrinterContext context{name, "", false, printer};
   platform::PrinterInfo4 record;
   if (printer != nullptr && printer->GetInfo4(&record) == platform::kErrorSuccess) {
     context.server = record.server_name;

@@ -12,6 +12,8 @@
 #include "fakes/fake_spooler.h"
 #include "fakes/fake_xpml_service.h"
 #include "fakes/fake_settings_store.h"
+#include "platform/settings_store.h"
+#include "unit/scratch.h"
 #include "platform/clock.h"
 #include "platform/registry_value.h"
 #include "platform/win32_errors.h"
@@ -243,6 +245,35 @@ TEST_F(ClientUtilityTest, PortDiscoveryIgnoresRemoteContextsAndOversizedValues) 
   shared.network_printer = true;
   EXPECT_EQ(client_->GetRefactoredTcpPortNumber(shared), 6001u);
   EXPECT_EQ(client_->GetRefactoredTcpPortNumber(context_), 7001u);
+}
+
+// Settings are remembered while the store is unchanged; a change written
+// through another handle on the same files, as another process writes, is
+// seen by the very next exchange.
+TEST(ClientUtilitySettingsTest, AChangeByAnyWriterAppliesToTheNextExchange) {
+  testing::ScratchFolder folder;
+  const auto store = platform::OpenSettingsStoreAt(folder.path().string());
+  const auto other_writer = platform::OpenSettingsStoreAt(folder.path().string());
+  const XpmlPrinterContext context{"Dock", {}, false};
+  FakeXpmlService service([](const HttpMessage&) { return Ok("1"); });
+  testing::FakeSpooler spooler;
+  spooler.AddPrinter(context.printer);
+  const uint16_t port = service.port();
+  spooler.SetData(context.printer, "XPML Server Port",
+                  {static_cast<uint8_t>(port), static_cast<uint8_t>(port >> 8)});
+  ClientUtility::Hooks hooks;
+  hooks.log = [](uint32_t, const std::string&) {};
+  hooks.spooler = &spooler;
+  ClientUtility client(nullptr, store.get(), hooks);
+  PrinterRegistry elsewhere(context.printer, {}, {}, {}, 0, other_writer.get());
+
+  EXPECT_EQ(client.SendReceive(context, "a"), "1");
+  EXPECT_EQ(client.SendReceive(context, "b"), "1");  // answered from what was remembered
+  ASSERT_EQ(elsewhere.WriteValue("NETWORK:TCP Enabled", platform::MakeBinaryValue({0})), 0);
+  EXPECT_FALSE(client.SendReceive(context, "c"));
+  ASSERT_EQ(elsewhere.WriteValue("NETWORK:TCP Enabled", platform::MakeBinaryValue({1})), 0);
+  EXPECT_EQ(client.SendReceive(context, "d"), "1");
+  EXPECT_EQ(service.requests().size(), 3u);
 }
 
 }  // namespace

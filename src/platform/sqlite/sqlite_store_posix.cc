@@ -359,6 +359,16 @@ class StoreFile {
     return kErrorSuccess;
   }
 
+  // The file's change count, 0 while the file does not exist (every writer
+  // counts the write that creates it); nothing when it cannot be opened or
+  // has no count.
+  std::optional<uint64_t> ChangeStamp() {
+    std::shared_ptr<SqliteConnection> connection;
+    if (Connection(&connection) != kErrorSuccess) return std::nullopt;
+    if (connection->is_stand_in()) return 0;
+    return connection->ChangeStamp();
+  }
+
  private:
   // Writable when this caller may write the folder and the file, since the
   // rollback journal is made beside the file.
@@ -414,6 +424,16 @@ class SqliteSettingsStore : public SettingsStore {
   long CreateKey(RegistryRoot root, std::string_view path, uint32_t access,
                  std::unique_ptr<SettingsKey>* key) override {
     return Open(root, path, access, true, key);
+  }
+
+  // Both files' counts in one number, the machine's in the high half. Each
+  // count grows by two per write transaction, so the halves wrap only after
+  // two billion writes.
+  std::optional<uint64_t> ChangeStamp() override {
+    const std::optional<uint64_t> machine = machine_.ChangeStamp();
+    const std::optional<uint64_t> user = user_.ChangeStamp();
+    if (!machine || !user) return std::nullopt;
+    return (*machine << 32) | (*user & 0xFFFFFFFFu);
   }
 
  private:
