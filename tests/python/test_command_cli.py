@@ -146,5 +146,7 @@ def test_unknown_commands_and_printers_are_one_line_each(setup):
 
     done = setup.command("No Such Queue", "Cut")
     assert (done.returncode, done.stdout) == (1, "")
-    assert done.stderr == "vantrel: Could not open printer (0x80042003)\n"
+    # The library's text, then the scheduler's reason for the queue.
+    assert done.stderr.startswith("vantrel: Could not open printer: "), done.stderr
+    assert done.stderr.endswith(" (0x80042003)\n") and done.stderr.count("\n") == 1
     assert setup.actions() == []

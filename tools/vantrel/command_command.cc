@@ -10,6 +10,7 @@
 #include <string>
 
 #include "commands.h"
+#include "object_failure.h"
 #include "frame/com_ptr.h"
 #include "frame/object.h"
 #include "frame/ole_string.h"
@@ -90,22 +91,6 @@ int UnknownCommand(const std::string& given) {
   return 1;
 }
 
-// The library's text for the failure the calling thread's error object
-// describes, as a client reads it, and its code.
-int Failed(HRESULT result) {
-  std::string text = "Unspecified error";
-  IErrorInfo* info = nullptr;
-  if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
-    frame::Bstr description;
-    if (SUCCEEDED(info->GetDescription(description.receive()))) {
-      text = frame::BstrToUtf8(description.get());
-    }
-    info->Release();
-  }
-  std::fprintf(stderr, "vantrel: %s (0x%08X)\n", text.c_str(), static_cast<uint32_t>(result));
-  return 1;
-}
-
 template <class Class, class Interface>
 frame::ComPtr<Interface> Create(REFIID iid) {
   Interface* object = nullptr;
@@ -169,7 +154,7 @@ int RunCommand(const CommandArguments& args) {
   }
   const frame::Bstr name(args.printer);
   if (const HRESULT result = printer->Initialize(name.get()); FAILED(result)) {
-    return Failed(result);
+    return ReportObjectFailure(result, args.printer);
   }
   parameters->put_Execute(args.query ? VARIANT_FALSE : VARIANT_TRUE);
   VARIANT argument;
@@ -178,7 +163,7 @@ int RunCommand(const CommandArguments& args) {
   V_DISPATCH(&argument) = parameters.Get();
   if (const HRESULT result = printer->Command(static_cast<PrinterCommand>(*code), argument);
       FAILED(result)) {
-    return Failed(result);
+    return ReportObjectFailure(result, args.printer);
   }
   PrintAnswers(args, *code, ReadAnswers(*parameters.Get()));
   return 0;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "object_failure.h"
 #include "frame/error_texts.h"
 #include "platform/platform_error.h"
 #include "platform/native_thread.h"
@@ -76,14 +77,6 @@ int Fail(const std::string& what, const std::string& why, ResultCode code) {
   std::fprintf(stderr, "vantrel: %s: %s (0x%08X)\n", what.c_str(), why.c_str(),
                static_cast<uint32_t>(code));
   return 1;
-}
-
-// Why the spooler will not open `name`, in its own words; empty when it now
-// would.
-std::string WhyNotOpened(const std::string& name) {
-  std::unique_ptr<platform::SpoolerPrinter> printer;
-  const long error = platform::DefaultSpooler().Open(name, platform::kPrinterAccessUse, &printer);
-  return error == platform::kErrorSuccess ? std::string() : platform::PlatformErrorMessage(error);
 }
 
 // Runs `body` and turns the library's failures into one line saying what

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "commands.h"
+#include "object_failure.h"
 #include "frame/com_ptr.h"
 #include "frame/ole_string.h"
 #include "printers/printer.h"
@@ -18,23 +19,12 @@
 namespace vantrel::tool {
 namespace {
 
-// A failed call of an object, with the text its error frame left.
+// A failed call of an object; its error information stays with the thread.
 struct CallFailure {
   HRESULT result;
-  std::string text;
 };
 
-CallFailure FailureOf(HRESULT result) {
-  CallFailure failure{result, "the call failed"};
-  IErrorInfo* info = nullptr;
-  if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
-    BSTR text = nullptr;
-    if (SUCCEEDED(info->GetDescription(&text))) failure.text = frame::BstrToUtf8(text);
-    SysFreeString(text);
-    info->Release();
-  }
-  return failure;
-}
+CallFailure FailureOf(HRESULT result) { return CallFailure{result}; }
 
 // One reading of `name`; throws CallFailure.
 StatusReadingRecord ReadPrinterStatus(const std::string& name) {
@@ -104,9 +94,7 @@ int ShowStatus(const std::string& name, bool as_json) {
   try {
     record = ReadPrinterStatus(name);
   } catch (const CallFailure& failure) {
-    std::fprintf(stderr, "vantrel: %s (0x%08X)\n", failure.text.c_str(),
-                 static_cast<uint32_t>(failure.result));
-    return 1;
+    return ReportObjectFailure(failure.result, name);
   }
   const std::string text = frame::BstrToUtf8(record.text);
   SysFreeString(record.text);
