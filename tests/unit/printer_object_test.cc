@@ -401,10 +401,15 @@ TEST_F(PrinterEventsTest, WatcherRetainsOnlyLivePrintersWhileClientsComeAndGo) {
       }
     }
   });
+  // The sinks outlive every printer: the last reference to a printer that
+  // went with its sink connected may be the watcher's.
+  testing::RecordingSink sinks[3] = {testing::RecordingSink{DIID__IPrinterEvents},
+                                     testing::RecordingSink{DIID__IPrinterEvents},
+                                     testing::RecordingSink{DIID__IPrinterEvents}};
   std::vector<std::thread> clients;
   for (int c = 0; c < 3; ++c) {
-    clients.emplace_back([&] {
-      testing::RecordingSink sink{DIID__IPrinterEvents};
+    clients.emplace_back([&, c] {
+      testing::RecordingSink& sink = sinks[c];
       for (int i = 0; i < 150; ++i) {
         ComPtr<Printer> printer = NewPrinter("Labels");
         DWORD cookie = 0;
