@@ -77,11 +77,6 @@ class PrinterCommandTest : public ::testing::Test {
     V_I4(&argument) = value;
     return argument;
   }
-  static VARIANT TextArgument(BSTR text) {  // borrowed for the call
-    VARIANT argument = TypedArgument(VT_BSTR);
-    V_BSTR(&argument) = text;
-    return argument;
-  }
   template <class Object>
   static VARIANT ObjectArgument(Object* object) {  // borrowed for the call
     VARIANT argument = TypedArgument(VT_DISPATCH);
