@@ -6,6 +6,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "fakes/fake_settings_store.h"
@@ -27,7 +28,6 @@ using testing::Reporting;
 using testing::StatusDevice;
 
 constexpr char kPrinter[] = "Kesto 1";
-constexpr uint32_t kPaused = 0x1;
 constexpr uint32_t kPaperOut = 0x10;
 constexpr uint32_t kRibbonOut = 0x20;
 
@@ -67,17 +67,16 @@ class AdvancedStatusTest : public ::testing::Test {
   }
   PrinterRegistry Registry() { return PrinterRegistry(kPrinter, {}, {}, {}, 0, &store_); }
 
-  // What the spooler's rules alone give for the printer's word.
-  void ExpectSpoolerReading(uint32_t word1) {
+  // What the spooler's rules alone give for a printer out of paper, read as a
+  // whole and answer by answer.
+  void ExpectSpoolerReading() {
     const StatusReading reading = driver_->ReadStatus();
     EXPECT_EQ(reading.source, StatusSource::kSpooler);
-    EXPECT_EQ(reading.word1, word1);
-    EXPECT_EQ(reading.severity, SeverityOfWord1(word1));
-    EXPECT_EQ(reading.word2, SeverityBits(reading.severity));
-    EXPECT_EQ(reading.text, StatusTextOfWord1(word1, english_));
-    EXPECT_EQ(driver_->GetStatusWord2(), reading.word2);
-    EXPECT_EQ(driver_->GetSeverity(), reading.severity);
-    EXPECT_EQ(driver_->GetStatusText(), reading.text);
+    EXPECT_EQ(reading.word1, kPaperOut);
+    EXPECT_EQ(reading.word2, 0x80000000u);
+    EXPECT_EQ(reading.text, "Out of Paper");
+    EXPECT_EQ(driver_->GetStatusWord2(), 0x80000000u);
+    EXPECT_EQ(driver_->GetSeverity(), 2u);
     EXPECT_FALSE(driver_->GetStatusFlag(206));
   }
 
@@ -93,117 +92,68 @@ class AdvancedStatusTest : public ::testing::Test {
   std::unique_ptr<platform::SpoolerPrinter> handle_;
 };
 
-TEST_F(AdvancedStatusTest, DeviceConditionsWithNothingConfigured) {
-  StatusDevice device;
-  device.Set(Reporting(kRibbonOut, 2, "Ribbon Out"));
-  UseService(device.port());
-  spooler_.SetStatus(kPrinter, kPaused);
-
-  EXPECT_TRUE(driver_->IsMonitoringOn());  // no monitoring setting at all
-  const StatusReading reading = driver_->ReadStatus();
-  EXPECT_EQ(reading.source, StatusSource::kDevice);
-  EXPECT_EQ(reading.word1, kPaused);
-  EXPECT_EQ(reading.word2, 0x80000000u | kRibbonOut);
-  EXPECT_EQ(reading.severity, 2u);
-  // The spooler's own condition joins the device's text.
-  EXPECT_EQ(reading.text, "Ribbon Out, Paused");
-  EXPECT_EQ(device.exchanges(), 2);
-  EXPECT_EQ(spooler_.Calls("GetInfo6"), 1);
-
-  // Single answers make only the exchange they need.
-  EXPECT_TRUE(driver_->GetStatusFlag(206));
-  EXPECT_FALSE(driver_->GetStatusFlag(205));
-  EXPECT_EQ(device.exchanges_of(kFlagsStateRequest), 3);
-  EXPECT_FALSE(driver_->GetStatusFlag(212));
-  EXPECT_TRUE(driver_->GetStatusFlag(100));  // a spooler code: no exchange
-  EXPECT_EQ(driver_->GetSeverity(), 2u);
-  EXPECT_EQ(device.exchanges_of(kSeverityStateRequest), 1);
-  EXPECT_EQ(device.exchanges(), 5);
-}
-
 TEST_F(AdvancedStatusTest, AnEmptyDeviceTextLeavesTheSpoolersText) {
   StatusDevice device;
   device.Set(Reporting(0, 3, ""));
   UseService(device.port());
   spooler_.SetStatus(kPrinter, 0x81);
   const StatusReading reading = driver_->ReadStatus();
-  EXPECT_EQ(reading.source, StatusSource::kDevice);
-  EXPECT_EQ(reading.severity, 3u);
-  EXPECT_EQ(reading.word2, 0x40000000u);
+  EXPECT_EQ(reading.word2, 0x40000000u);  // from the device: a warning
   EXPECT_EQ(reading.text, "Paused, Offline");
 }
 
+// A reply that cannot be used ends the reading after its one exchange.
 TEST_F(AdvancedStatusTest, FallsBackToTheSpoolerWithoutAnError) {
   spooler_.SetStatus(kPrinter, kPaperOut);
-  struct Case {
-    const char* what;
-    DeviceState state;
-    int exchanges_per_reading;  // by ReadStatus
+  const std::pair<const char*, DeviceState> cases[] = {
+      {"monitoring not supported", Reporting(kRibbonOut, 2, "Ribbon Out", "0")},
+      {"garbage", Replying("1;lots")},
+      {"severity out of range", Reporting(kRibbonOut, 9, "Ribbon Out")},
+      {"empty reply", Replying("")},
   };
-  const Case cases[] = {
-      {"monitoring not supported", Reporting(kRibbonOut, 2, "Ribbon Out", "0"), 1},
-      {"garbage", Replying("1;lots"), 1},
-      {"severity out of range", Reporting(kRibbonOut, 9, "Ribbon Out"), 1},
-      {"empty reply", Replying(""), 1},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [what, state] : cases) {
+    SCOPED_TRACE(what);
     StatusDevice device;
-    device.Set(c.state);
+    device.Set(state);
     UseService(device.port());
-    const int before = device.exchanges();
     EXPECT_EQ(driver_->ReadStatus().source, StatusSource::kSpooler);
-    EXPECT_EQ(device.exchanges() - before, c.exchanges_per_reading);
-    ExpectSpoolerReading(kPaperOut);
+    EXPECT_EQ(device.exchanges(), 1);
+    ExpectSpoolerReading();
   }
   {
     SCOPED_TRACE("service drops every connection");
     StatusDevice dropping(true);
     UseService(dropping.port());
-    ExpectSpoolerReading(kPaperOut);
+    ExpectSpoolerReading();
   }
   {
     SCOPED_TRACE("service gone");
     UseService(ClosedPort());
-    ExpectSpoolerReading(kPaperOut);
+    ExpectSpoolerReading();
     EXPECT_EQ(driver_->QueryJob(7), "");
   }
 }
 
-TEST_F(AdvancedStatusTest, MonitoringOffAsksNothing) {
+// Monitoring off (0) asks the device nothing; any other number, or none, is
+// on. The answer is kept for a second, so a change shows only after that.
+TEST_F(AdvancedStatusTest, MonitoringSettingIsReadAtMostOnceASecond) {
   StatusDevice device;
   device.Set(Reporting(kRibbonOut, 2, "Ribbon Out"));
   UseService(device.port());
-  SetMonitoringMode(0);
   spooler_.SetStatus(kPrinter, kPaperOut);
-  EXPECT_FALSE(driver_->IsMonitoringOn());
-  ExpectSpoolerReading(kPaperOut);
-  EXPECT_EQ(device.exchanges(), 0);
-  // Any other number is on.
-  SetMonitoringMode(2);
-  now_ += kMonitoringCacheMs;
-  EXPECT_TRUE(driver_->IsMonitoringOn());
-  EXPECT_EQ(driver_->ReadStatus().source, StatusSource::kDevice);
-}
-
-TEST_F(AdvancedStatusTest, MonitoringAnswerIsKeptForOneSecond) {
-  StatusDevice device;
-  device.Set(Reporting(kRibbonOut, 2, "Ribbon Out"));
-  UseService(device.port());
-  EXPECT_TRUE(driver_->IsMonitoringOn());
+  EXPECT_TRUE(driver_->IsMonitoringOn());  // no setting at all
   SetMonitoringMode(0);
   now_ += kMonitoringCacheMs - 1;
-  EXPECT_TRUE(driver_->IsMonitoringOn());
   EXPECT_TRUE(driver_->GetStatusFlag(206));  // still asks the device
   now_ += 1;
   EXPECT_FALSE(driver_->IsMonitoringOn());
-  EXPECT_FALSE(driver_->GetStatusFlag(206));
   const int exchanges = device.exchanges();
-  // Turned on again: seen only once the new answer is a second old.
-  ASSERT_EQ(Registry().DeleteValue(kMonitoringModePath), 0);
+  ExpectSpoolerReading();
+  EXPECT_EQ(device.exchanges(), exchanges);
+
+  SetMonitoringMode(2);
   now_ += kMonitoringCacheMs - 1;
   EXPECT_FALSE(driver_->GetStatusFlag(206));
-  EXPECT_EQ(device.exchanges(), exchanges);
   now_ += 1;
   EXPECT_TRUE(driver_->GetStatusFlag(206));
 }

@@ -26,33 +26,6 @@ inline constexpr HRESULT kInvalidArgument = static_cast<HRESULT>(0x80070057);
 inline constexpr char kBasicPrinter[] = "Plain Labels";
 inline constexpr char kAdvancedPrinter[] = "Kesto Labels";
 
-// A parameters object that records each answer written to it.
-class RecordingParameters : public CommandParameters {
- public:
-  STDMETHODIMP put_IsSupported(VARIANT_BOOL value) override {
-    Record("IsSupported", value);
-    return CommandParameters::put_IsSupported(value);
-  }
-  STDMETHODIMP put_HasUserInterface(VARIANT_BOOL value) override {
-    Record("HasUserInterface", value);
-    return CommandParameters::put_HasUserInterface(value);
-  }
-  STDMETHODIMP put_RequiresBidirectionalPort(VARIANT_BOOL value) override {
-    Record("RequiresBidirectionalPort", value);
-    return CommandParameters::put_RequiresBidirectionalPort(value);
-  }
-  STDMETHODIMP put_RequiresManagementRights(VARIANT_BOOL value) override {
-    Record("RequiresManagementRights", value);
-    return CommandParameters::put_RequiresManagementRights(value);
-  }
-  std::vector<std::string> puts;  // "Name=1" or "Name=0", in call order
-
- private:
-  void Record(const char* name, VARIANT_BOOL value) {
-    puts.push_back(std::string(name) + (value != VARIANT_FALSE ? "=1" : "=0"));
-  }
-};
-
 class PrinterCommandTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -86,9 +59,6 @@ class PrinterCommandTest : public ::testing::Test {
   static frame::ComPtr<CommandParameters> NewParameters() {
     return frame::ComPtr<CommandParameters>::Adopt(frame::CreateObject<CommandParameters>());
   }
-  static frame::ComPtr<RecordingParameters> NewRecordingParameters() {
-    return frame::ComPtr<RecordingParameters>::Adopt(frame::CreateObject<RecordingParameters>());
-  }
 
   static VARIANT TypedArgument(VARTYPE type) {
     VARIANT argument;
@@ -107,11 +77,6 @@ class PrinterCommandTest : public ::testing::Test {
     V_I4(&argument) = value;
     return argument;
   }
-  static VARIANT TextArgument(BSTR text) {  // borrowed for the call
-    VARIANT argument = TypedArgument(VT_BSTR);
-    V_BSTR(&argument) = text;
-    return argument;
-  }
   template <class Object>
   static VARIANT ObjectArgument(Object* object) {  // borrowed for the call
     VARIANT argument = TypedArgument(VT_DISPATCH);
@@ -119,11 +84,7 @@ class PrinterCommandTest : public ::testing::Test {
         static_cast<IDispatch*>(static_cast<typename Object::DefaultInterface*>(object));
     return argument;
   }
-  static VARIANT ObjectArgument(std::nullptr_t) {
-    VARIANT argument = TypedArgument(VT_DISPATCH);
-    V_DISPATCH(&argument) = nullptr;
-    return argument;
-  }
+  static VARIANT ObjectArgument(std::nullptr_t) { return TypedArgument(VT_DISPATCH); }
   // A variable passed by reference, as scripting clients pass them.
   static VARIANT ReferenceTo(VARIANT* variable) {
     VARIANT argument = TypedArgument(VT_BYREF | VT_VARIANT);

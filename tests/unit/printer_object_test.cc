@@ -3,12 +3,11 @@
 // version and date, and how connected sinks list it for printer events.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
+#include <utility>
 #include <thread>
 #include <vector>
 
@@ -33,7 +32,6 @@ using frame::Bstr;
 using frame::ComPtr;
 using testing::TakeClientError;
 
-constexpr HRESULT kNotInitialized = static_cast<HRESULT>(0x80042000);
 constexpr HRESULT kInvalidArgument = static_cast<HRESULT>(0x80070057);
 
 class PrinterObjectTest : public ::testing::Test {
@@ -89,7 +87,7 @@ class PrinterObjectTest : public ::testing::Test {
 
 // --- Binding ---------------------------------------------------------------
 
-TEST_F(PrinterObjectTest, OneContextPerNameSharedByObjectsAndReleasedByTheLastOfThem) {
+TEST_F(PrinterObjectTest, OneContextPerNameSharedByObjectsAndReleasedWhenTheyMove) {
   ComPtr<Printer> first = NewPrinter("Labels");
   EXPECT_EQ(Initialize(first.Get(), "Labels"), S_OK);  // the same name again
   ComPtr<Printer> second = NewPrinter("Labels");
@@ -103,13 +101,10 @@ TEST_F(PrinterObjectTest, OneContextPerNameSharedByObjectsAndReleasedByTheLastOf
   EXPECT_EQ(spooler_.Calls("Close"), 1);
   EXPECT_EQ(spooler_.Calls("Open"), 2);
   EXPECT_EQ(Read(second.Get(), &Printer::get_Name), "Other");
-}
 
-TEST_F(PrinterObjectTest, UnknownPrinterCannotBeOpened) {
-  ComPtr<Printer> printer = NewPrinter();
-  EXPECT_EQ(Initialize(printer.Get(), "Nope"), static_cast<HRESULT>(0x80042003));
+  EXPECT_EQ(Initialize(second.Get(), "Nope"), static_cast<HRESULT>(0x80042003));
   EXPECT_EQ(TakeClientError().description, "Could not open printer");
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_Name), "error 0x80042000");
+  EXPECT_EQ(Read(second.Get(), &Printer::get_Name), "error 0x80042000");
 }
 
 // The first child that cannot bind ends Initialize with its error; those
@@ -138,123 +133,57 @@ TEST_F(PrinterObjectTest, FailingChildEndsInitializeInChildOrder) {
 
 // --- Properties ------------------------------------------------------------
 
-TEST_F(PrinterObjectTest, EveryPropertyAsksForInitializeThenForAnOutPointer) {
-  using Check = std::function<HRESULT(Printer*, bool null_out)>;
-  auto text = [](HRESULT (Printer::*get)(BSTR*)) -> Check {
-    return [get](Printer* p, bool null_out) {
-      Bstr out;
-      return (p->*get)(null_out ? nullptr : out.receive());
-    };
-  };
-  auto flag = [](HRESULT (Printer::*get)(VARIANT_BOOL*)) -> Check {
-    return [get](Printer* p, bool null_out) {
-      VARIANT_BOOL out = 0;
-      return (p->*get)(null_out ? nullptr : &out);
-    };
-  };
-  const std::vector<std::pair<const char*, Check>> getters = {
-      {"Name", text(&Printer::get_Name)},
-      {"ServerName", text(&Printer::get_ServerName)},
-      {"ShareName", text(&Printer::get_ShareName)},
-      {"PortName", text(&Printer::get_PortName)},
-      {"ModelName", text(&Printer::get_ModelName)},
-      {"Comment", text(&Printer::get_Comment)},
-      {"Location", text(&Printer::get_Location)},
-      {"DriverVersion", text(&Printer::get_DriverVersion)},
-      {"DriverDate", text(&Printer::get_DriverDate)},
-      {"Local", flag(&Printer::get_Local)},
-      {"Network", flag(&Printer::get_Network)},
-      {"Shared", flag(&Printer::get_Shared)},
-  };
+// Before Initialize the members say so (the scripting client's test asks
+// each of them) while children are handed out unbound; once bound, every
+// getter refuses a null out pointer.
+TEST_F(PrinterObjectTest, PropertiesAskForInitializeThenForAnOutPointer) {
   ComPtr<Printer> printer = NewPrinter();
-  for (const auto& [name, check] : getters) {
-    EXPECT_EQ(check(printer.Get(), true), kNotInitialized) << name;  // the binding comes first
-    EXPECT_EQ(TakeClientError().description, "Printer object not initialized") << name;
-  }
-  Bstr empty("");
-  EXPECT_EQ(printer->put_Comment(empty.get()), kNotInitialized);
-  EXPECT_EQ(printer->put_Shared(VARIANT_TRUE), kNotInitialized);
-  EXPECT_EQ(printer->SendFile(empty.get(), empty.get()), kNotInitialized);
+  EXPECT_EQ(Read(printer.Get(), &Printer::get_Comment), "error 0x80042000");
+  EXPECT_EQ(TakeClientError().description, "Printer object not initialized");
   ComPtr<IPrintQueue> queue;
-  EXPECT_EQ(printer->get_Queue(queue.Receive()), S_OK);  // children are handed out unbound
+  EXPECT_EQ(printer->get_Queue(queue.Receive()), S_OK);
 
   ASSERT_EQ(Initialize(printer.Get(), "Labels"), S_OK);
-  for (const auto& [name, check] : getters) {
-    EXPECT_EQ(check(printer.Get(), false), S_OK) << name;
-    EXPECT_EQ(check(printer.Get(), true), kInvalidArgument) << name;
-    EXPECT_EQ(TakeClientError().description, "Invalid argument") << name;
-  }
+  const std::pair<const char*, HRESULT> answers[] = {
+      {"Name", printer->get_Name(nullptr)},
+      {"ServerName", printer->get_ServerName(nullptr)},
+      {"ShareName", printer->get_ShareName(nullptr)},
+      {"PortName", printer->get_PortName(nullptr)},
+      {"ModelName", printer->get_ModelName(nullptr)},
+      {"Comment", printer->get_Comment(nullptr)},
+      {"Location", printer->get_Location(nullptr)},
+      {"DriverVersion", printer->get_DriverVersion(nullptr)},
+      {"DriverDate", printer->get_DriverDate(nullptr)},
+      {"Local", printer->get_Local(nullptr)},
+      {"Network", printer->get_Network(nullptr)},
+      {"Shared", printer->get_Shared(nullptr)},
+  };
+  for (const auto& [name, result] : answers) EXPECT_EQ(result, kInvalidArgument) << name;
+  EXPECT_EQ(TakeClientError().description, "Invalid argument");
 }
 
-TEST_F(PrinterObjectTest, PropertiesReadAndWriteThePrintersRecord) {
-  spooler_.EditRecord("Labels", [](platform::PrinterInfo2& r) {
-    r.server_name = "\\\\printhost";
-    r.driver_name = "Label Driver 7";
-    r.attributes = platform::kPrinterAttributeNetwork;
-  });
-  ComPtr<Printer> printer = NewPrinter("Labels");
-  EXPECT_EQ(printer->put_Comment(Bstr("front desk").get()), S_OK);
-  EXPECT_EQ(printer->put_Location(Bstr("hall 2").get()), S_OK);
-  EXPECT_EQ(printer->put_PortName(Bstr("socket://127.0.0.1:9100").get()), S_OK);
-
-  ComPtr<Printer> other = NewPrinter("Labels");  // another object sees the same record
-  EXPECT_EQ(Read(other.Get(), &Printer::get_Comment), "front desk");
-  EXPECT_EQ(Read(other.Get(), &Printer::get_Location), "hall 2");
-  EXPECT_EQ(Read(other.Get(), &Printer::get_PortName), "socket://127.0.0.1:9100");
-  EXPECT_EQ(Read(other.Get(), &Printer::get_ServerName), "\\\\printhost");
-  EXPECT_EQ(Read(other.Get(), &Printer::get_ModelName), "Label Driver 7");
-  VARIANT_BOOL local = 1, network = 0;
-  EXPECT_EQ(other->get_Local(&local), S_OK);
-  EXPECT_EQ(other->get_Network(&network), S_OK);
-  EXPECT_EQ(local, VARIANT_FALSE);
-  EXPECT_EQ(network, VARIANT_TRUE);
-}
-
-TEST_F(PrinterObjectTest, RefusedChangesFailWithTheLibrarysErrorsAndChangeNothing) {
+TEST_F(PrinterObjectTest, SettersRefuseBadValuesAndShareUnderTheOwnName) {
   ComPtr<Printer> printer = NewPrinter("Labels");
   EXPECT_EQ(printer->put_ShareName(Bstr("front,desk").get()), static_cast<HRESULT>(0x80042104));
   EXPECT_EQ(TakeClientError().description, "Invalid printer share name");
   EXPECT_EQ(spooler_.Calls("SetInfo2"), 0);
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_ShareName), "");
-
   EXPECT_EQ(printer->put_PortName(Bstr("nowhere:").get()), static_cast<HRESULT>(0x80042103));
   EXPECT_EQ(TakeClientError().description, "Invalid port");
   EXPECT_EQ(Read(printer.Get(), &Printer::get_PortName), "file:///dev/null");
 
-  spooler_.DenyAdministration("Labels");
-  EXPECT_EQ(printer->put_Comment(Bstr("quietly refused").get()), S_OK);
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_Comment), "");
-  EXPECT_EQ(printer->put_Shared(VARIANT_TRUE), static_cast<HRESULT>(0x80070005));
-}
-
-TEST_F(PrinterObjectTest, SharingWithoutAShareNameSharesUnderTheOwnName) {
-  ComPtr<Printer> printer = NewPrinter("Labels");
-  EXPECT_EQ(printer->put_Shared(VARIANT_TRUE), S_OK);
-  VARIANT_BOOL shared = 0;
-  EXPECT_EQ(printer->get_Shared(&shared), S_OK);
-  EXPECT_EQ(shared, VARIANT_TRUE);
+  EXPECT_EQ(printer->put_Shared(VARIANT_TRUE), S_OK);  // no share name yet
   EXPECT_EQ(Read(printer.Get(), &Printer::get_ShareName), "Labels");
   EXPECT_EQ(printer->put_ShareName(Bstr("").get()), S_OK);  // an empty name unshares
+  VARIANT_BOOL shared = VARIANT_TRUE;
   EXPECT_EQ(printer->get_Shared(&shared), S_OK);
   EXPECT_EQ(shared, VARIANT_FALSE);
 }
 
 // --- SendFile --------------------------------------------------------------
 
-TEST_F(PrinterObjectTest, SendFilePrintsTheBytesAsOneJobNamedAfterTheFile) {
+TEST_F(PrinterObjectTest, SendFilePrintsOneJobNamedAfterTheFileOrFailsWithTheCause) {
   ComPtr<Printer> printer = NewPrinter("Labels");
   const std::string path = WriteFile("batch.prn", std::string("^XA\0^XZ", 7));
-  EXPECT_EQ(printer->SendFile(Bstr(path).get(), Bstr("").get()), S_OK);
-  EXPECT_EQ(spooler_.DocumentBytes(1), std::string("^XA\0^XZ", 7));
-  std::unique_ptr<platform::SpoolerPrinter> handle;
-  ASSERT_EQ(spooler_.Open("Labels", platform::kPrinterAccessUse, &handle), 0);
-  platform::JobInfo2 job;
-  ASSERT_EQ(handle->GetJob(1, &job), 0);
-  EXPECT_EQ(job.document, "batch.prn");
-}
-
-TEST_F(PrinterObjectTest, SendFileFailsWithTheFilesOrTheSpoolersOwnError) {
-  ComPtr<Printer> printer = NewPrinter("Labels");
   const std::string missing = (scratch_.path() / "missing.prn").string();
   EXPECT_EQ(printer->SendFile(Bstr(missing).get(), Bstr("").get()),
             static_cast<HRESULT>(0x80070002));
@@ -262,41 +191,29 @@ TEST_F(PrinterObjectTest, SendFileFailsWithTheFilesOrTheSpoolersOwnError) {
   EXPECT_NE(text.find(missing), std::string::npos) << text;
   EXPECT_EQ(spooler_.Calls("StartDoc"), 0);  // nothing reached the spooler
 
+  EXPECT_EQ(printer->SendFile(Bstr(path).get(), Bstr("").get()), S_OK);
+  EXPECT_EQ(spooler_.DocumentBytes(1), std::string("^XA\0^XZ", 7));
+  std::unique_ptr<platform::SpoolerPrinter> handle;
+  ASSERT_EQ(spooler_.Open("Labels", platform::kPrinterAccessUse, &handle), 0);
+  platform::JobInfo2 job;
+  ASSERT_EQ(handle->GetJob(1, &job), 0);
+  EXPECT_EQ(job.document, "batch.prn");
+
   // The queue goes away under the open printer: the spooler refuses the job.
-  const std::string path = WriteFile("label.prn", "^XA^XZ");
   spooler_.RemovePrinter("Labels");
-  const HRESULT refused = printer->SendFile(Bstr(path).get(), Bstr("job").get());
-  EXPECT_EQ(refused, static_cast<HRESULT>(0x80070006));
+  const int writes = spooler_.Calls("Write");
+  EXPECT_EQ(printer->SendFile(Bstr(path).get(), Bstr("job").get()),
+            static_cast<HRESULT>(0x80070006));
   const std::string why = TakeClientError().description;
   EXPECT_NE(why.find("'Labels'"), std::string::npos) << why;
-  EXPECT_EQ(spooler_.Calls("StartDoc"), 1);
-  EXPECT_EQ(spooler_.Calls("Write"), 0);
+  EXPECT_EQ(spooler_.Calls("Write"), writes);
 }
 
 // --- Driver version and date -----------------------------------------------
 
-TEST_F(PrinterObjectTest, DriverVersionAndDateComeFromTheDriverFile) {
-  platform::DriverFile ppd;
-  ppd.version = "1.2";
-  ppd.time = 1763629200;  // 2025-11-20 in every time zone
-  spooler_.SetDriverFile("Labels", ppd);
-  ComPtr<Printer> printer = NewPrinter("Labels");
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverVersion), "1.2.0.0");
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverDate), platform::FormatFileDate(ppd.time));
-  EXPECT_NE(platform::FormatFileDate(ppd.time), "");
-
-  // A printer without a driver file is driven by this library alone.
-  ComPtr<Printer> raw = NewPrinter("Other");
-  const std::string version = Read(raw.Get(), &Printer::get_DriverVersion);
-  EXPECT_EQ(std::count(version.begin(), version.end(), '.'), 3) << version;
-  EXPECT_NE(Read(raw.Get(), &Printer::get_DriverDate), "");
-
-  spooler_.BreakRecords("Labels");  // the spooler cannot tell: empty, not an error
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverVersion), "");
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverDate), "");
-}
-
-TEST_F(PrinterObjectTest, VendorDriverReadsItsInterfaceModuleAndFallsBackToTheDriverFile) {
+// A vendor driver's interface module first, then the driver file, then
+// nothing: a spooler that cannot tell gives empty texts, not an error.
+TEST_F(PrinterObjectTest, DriverVersionAndDateFallFromTheModuleToTheDriverFile) {
   const std::string module = WriteFile("interface.so", "no version table here");
   spooler_.AddPrinter("Vendor");
   spooler_.SetStringData("Vendor", "Kesto Interface V3", module);
@@ -306,59 +223,59 @@ TEST_F(PrinterObjectTest, VendorDriverReadsItsInterfaceModuleAndFallsBackToTheDr
   EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverVersion), "");  // a module without a table
   EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverDate), platform::FormatFileDate(seconds));
 
-  std::filesystem::remove(module);  // a module that is gone leaves the driver file
+  std::filesystem::remove(module);
   platform::DriverFile ppd;
-  ppd.version = "3.1.4.1";
+  ppd.version = "1.2";
+  ppd.time = 1763629200;  // 2025-11-20 in every time zone
   spooler_.SetDriverFile("Vendor", ppd);
-  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverVersion), "3.1.4.1");
+  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverVersion), "1.2.0.0");
+  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverDate), platform::FormatFileDate(ppd.time));
+
+  spooler_.BreakRecords("Vendor");
+  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverVersion), "");
+  EXPECT_EQ(Read(printer.Get(), &Printer::get_DriverDate), "");
 }
 
 // --- Sinks and the printer's watcher ---------------------------------------
 
 class PrinterEventsTest : public PrinterObjectTest {
  protected:
-  HRESULT Advise(Printer* printer, testing::RecordingSink& sink, DWORD* cookie) {
+  static ComPtr<IConnectionPoint> Point(Printer* printer) {
     ComPtr<IConnectionPoint> point;
     EXPECT_EQ(printer->FindConnectionPoint(DIID__IPrinterEvents, point.Receive()), S_OK);
-    return point->Advise(&sink, cookie);
+    return point;
   }
-  HRESULT Unadvise(Printer* printer, DWORD cookie) {
-    ComPtr<IConnectionPoint> point;
-    EXPECT_EQ(printer->FindConnectionPoint(DIID__IPrinterEvents, point.Receive()), S_OK);
-    return point->Unadvise(cookie);
+  static HRESULT Advise(Printer* printer, testing::RecordingSink& sink, DWORD* cookie) {
+    return Point(printer)->Advise(&sink, cookie);
+  }
+  static HRESULT Unadvise(Printer* printer, DWORD cookie) {
+    return Point(printer)->Unadvise(cookie);
   }
   testing::RecordingSink sink_{DIID__IPrinterEvents};
   testing::RecordingSink sink2_{DIID__IPrinterEvents};
 };
 
-TEST_F(PrinterEventsTest, FirstSinkListsThePrinterAndTheLastOneUnlistsIt) {
+// Listed once while any sink is connected; the listing moves with the object
+// to another printer and leaves when the object goes, sinks still connected.
+TEST_F(PrinterEventsTest, SinksListThePrinterOnceAndFollowItsObject) {
   ComPtr<Printer> printer = NewPrinter("Labels");
-  printers::PrinterContext* context = ContextOf("Labels");
+  ComPtr<Printer> keeper = NewPrinter("Other");  // keeps the second context open
+  printers::PrinterContext* labels = ContextOf("Labels");
   DWORD first = 0, second = 0;
   ASSERT_EQ(Advise(printer.Get(), sink_, &first), S_OK);
   ASSERT_EQ(Advise(printer.Get(), sink2_, &second), S_OK);
-  EXPECT_TRUE(context->watcher_started());
-  EXPECT_EQ(context->printer_targets().size(), 1u);
-  EXPECT_TRUE(context->printer_targets().Contains(printer.Get()));
+  EXPECT_TRUE(labels->watcher_started());
+  EXPECT_EQ(labels->printer_targets().size(), 1u);
   EXPECT_EQ(Unadvise(printer.Get(), first), S_OK);
-  EXPECT_EQ(context->printer_targets().size(), 1u);
-  EXPECT_EQ(Unadvise(printer.Get(), second), S_OK);
-  EXPECT_EQ(context->printer_targets().size(), 0u);
-}
+  EXPECT_TRUE(labels->printer_targets().Contains(printer.Get()));
 
-TEST_F(PrinterEventsTest, SinksFollowTheObjectToAnotherPrinterAndLeaveWithIt) {
-  ComPtr<Printer> printer = NewPrinter("Labels");
-  ComPtr<Printer> keeper = NewPrinter("Other");  // keeps the second context open
-  DWORD cookie = 0;
-  ASSERT_EQ(Advise(printer.Get(), sink_, &cookie), S_OK);
   ASSERT_EQ(Initialize(printer.Get(), "Other"), S_OK);
+  EXPECT_EQ(spooler_.Calls("Close"), 1);  // Labels' context is not kept by the listing
   printers::PrinterContext* other = ContextOf("Other");
   EXPECT_TRUE(other->printer_targets().Contains(printer.Get()));
-  EXPECT_EQ(spooler_.Calls("Close"), 1);  // Labels' context is not kept by the listing
-
-  printer = ComPtr<Printer>();  // destroyed with a sink still connected
+  printer = ComPtr<Printer>();
   EXPECT_EQ(other->printer_targets().size(), 0u);
-  EXPECT_EQ(sink_.references(), 0u);
+  EXPECT_EQ(sink2_.references(), 0u);
 }
 
 TEST_F(PrinterEventsTest, AWatcherThatCannotStartRefusesTheSink) {
@@ -374,17 +291,13 @@ TEST_F(PrinterEventsTest, AWatcherThatCannotStartRefusesTheSink) {
   DWORD cookie = 7;
   EXPECT_EQ(Advise(printer.Get(), sink_, &cookie), static_cast<HRESULT>(0x80070008));
   EXPECT_EQ(TakeClientError().description, "Not enough memory.");
-  EXPECT_EQ(cookie, 0u);
   EXPECT_EQ(sink_.references(), 0u);  // the connection was taken back
   printers::PrinterContext* context = ContextOf("Labels");
-  EXPECT_FALSE(context->watcher_started());
   EXPECT_EQ(context->printer_targets().size(), 0u);
 
   printers::SetWatcherStarterForTesting(nullptr);  // the next sink tries again
   EXPECT_EQ(Advise(printer.Get(), sink_, &cookie), S_OK);
-  EXPECT_NE(cookie, 0u);
   EXPECT_TRUE(context->watcher_started());
-  EXPECT_TRUE(context->printer_targets().Contains(printer.Get()));
 }
 
 // A watcher takes a reference only from a listed printer that is still alive,

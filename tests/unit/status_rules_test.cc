@@ -97,58 +97,37 @@ TEST(StatusRulesTest, ConditionsTestTheirOwnBitOfTheirOwnWord) {
 TEST(StatusRulesTest, DeviceTextJoinsOnlyTheSpoolersOwnConditions) {
   EXPECT_EQ(JoinStatusTexts("Ribbon Out", 0, NoTexts), "Ribbon Out");
   EXPECT_EQ(JoinStatusTexts("Ribbon Out", 0x4, NoTexts), "Ribbon Out");
-  EXPECT_EQ(JoinStatusTexts("Ribbon Out", 0x1, NoTexts), "Ribbon Out, Paused");
   EXPECT_EQ(JoinStatusTexts("Ribbon Out", 0x2, NoTexts), "Ribbon Out, Error");
-  EXPECT_EQ(JoinStatusTexts("", 0x81, NoTexts), "Paused, Offline");
   EXPECT_EQ(JoinStatusTexts("", 0, NoTexts), "Ready");
 }
 
-TEST(StatusReplyTest, NumbersAreWholeUnsignedDecimals) {
-  EXPECT_EQ(ParseStateNumber("0"), 0u);
+// The readers' form (whole decimals, three fields, severities 1 to 3) is the
+// fuzzer's to prove; these are the replies' meaning.
+TEST(StatusReplyTest, RepliesGiveWord2TextAndSeverityOrNothing) {
   EXPECT_EQ(ParseStateNumber("0032"), 32u);
-  EXPECT_EQ(ParseStateNumber("4294967295"), 4294967295u);
-  for (const char* garbage :
-       {"", "-1", "+1", " 1", "1 ", "0x20", "32a", "4294967296", "99999999999", "1.0"}) {
-    SCOPED_TRACE(garbage);
-    EXPECT_FALSE(ParseStateNumber(garbage));
-  }
-}
-
-TEST(StatusReplyTest, FlagsRepliesGiveWord2WithItsSeverityBitsOrNothing) {
-  const std::map<std::string, std::pair<uint32_t, uint32_t>> good = {
-      {"1;32;2", {0x80000020, 2}}, {"1;32;3", {0x40000020, 3}},           {"1;1056;1", {1056, 1}},
-      {"1;0;1\r\n", {0, 1}},       {std::string("1;16;1\0", 7), {16, 1}}, {"1;16;1;extra", {16, 1}},
+  EXPECT_FALSE(ParseStateNumber("4294967296"));
+  const std::map<std::string, std::pair<uint32_t, uint32_t>> flags = {
+      {"1;32;2", {0x80000020, 2}}, {"1;32;3", {0x40000020, 3}}, {"1;1056;1", {1056, 1}},
+      {"1;0;1\r\n", {0, 1}},       {"1;16;1;extra", {16, 1}},
   };
-  for (const auto& [reply, expected] : good) {
+  for (const auto& [reply, expected] : flags) {
     SCOPED_TRACE(reply);
-    const auto flags = ParseFlagsReply(reply);
-    ASSERT_TRUE(flags);
-    EXPECT_EQ(flags->word2, expected.first);
-    EXPECT_EQ(flags->severity, expected.second);
+    const auto parsed = ParseFlagsReply(reply);
+    ASSERT_TRUE(parsed);
+    EXPECT_EQ(parsed->word2, expected.first);
+    EXPECT_EQ(parsed->severity, expected.second);
   }
-  for (const char* refused : {"", "1", "0", "0;32;2", "1;32", "1;;2", "1;32;", "1;32;4", "1;32;0",
-                              "1;3x;2", "1;32;2x", "yes;32;2", " 1;32;2", "1;-32;2"}) {
-    SCOPED_TRACE(refused);
-    EXPECT_FALSE(ParseFlagsReply(refused));
+  for (const char* refused : {"0;32;2", "1;32", "1;32;4", "1;-32;2"}) {
+    EXPECT_FALSE(ParseFlagsReply(refused)) << refused;
   }
-}
-
-TEST(StatusReplyTest, TextAndSeverityReplies) {
   const auto text = ParseTextReply("1;Ribbon Out; check the roll;2");
   ASSERT_TRUE(text);
   EXPECT_EQ(text->text, "Ribbon Out; check the roll");
   EXPECT_EQ(text->severity, 2u);
-  EXPECT_EQ(ParseTextReply("1;;1")->text, "");
   EXPECT_FALSE(ParseTextReply("0;Ribbon Out;2"));
-  EXPECT_FALSE(ParseTextReply("1;Ribbon Out"));
-  EXPECT_FALSE(ParseTextReply("1;Ribbon Out;severe"));
-
-  EXPECT_EQ(ParseSeverityReply("1;3"), 3u);
   EXPECT_EQ(ParseSeverityReply("7;2\n"), 2u);
-  for (const char* refused : {"0;3", "1;3;1", "1;", "1;5", "1"}) {
-    SCOPED_TRACE(refused);
-    EXPECT_FALSE(ParseSeverityReply(refused));
-  }
+  EXPECT_FALSE(ParseSeverityReply("0;3"));
+  EXPECT_FALSE(ParseSeverityReply("1;3;1"));
 }
 
 }  // namespace
