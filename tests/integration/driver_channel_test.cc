@@ -50,8 +50,16 @@ const FlagCase kFlagCases[] = {
 
 class DriverChannelTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { store_ = &testing::ModuleStore(); }
+  static void SetUpTestSuite() {
+    store_ = &testing::ModuleStore();
+    ForgetPrinters();
+  }
+  static void TearDownTestSuite() { ForgetPrinters(); }
   void TearDown() override { SetIsolation(false); }
+  static void ForgetPrinters() {
+    testing::ForgetModulePrinters({"Flags Host", "Flags Local", "Channel Settings",
+                                   "Channel Killed Host", "Channel Two Threads"});
+  }
 
   static void SetIsolation(bool on) { ASSERT_TRUE(testing::SetDriverIsolation(on)); }
   static PrinterRegistry Settings(const std::string& printer) {
@@ -124,6 +132,7 @@ TEST_F(DriverChannelTest, AHostKilledInMidCallIsReplacedByTheNextCall) {
   auto channel = Channel();
   ASSERT_TRUE(Query(*channel, printer, 3).is_supported);
   ASSERT_TRUE(channel->proxied());
+  testing::ForgetHeldHost(printer);
   auto held = std::async(std::launch::async, [&] {
     CommandRequest request;  // executes: the module holds the call
     RunDriverAction(*channel, printer, kHoldAction, &request);

@@ -37,17 +37,9 @@ class DriverProxyTest : public ::testing::Test {
   static PrinterRegistry Settings(const std::string& printer) {
     return testing::ModuleSettings(printer);
   }
-  // Removes the keys of the suite's printers, also those an earlier run left.
-  // On Windows the store is the registry, which outlives the run, and a key
-  // under Print\Printers is listed there as a printer that cannot be opened.
   static void ForgetPrinters() {
-    for (const char* name :
-         {"InProcess", "Isolated", "NoUI", "Settings Host", "Settings Local", "Killed Host"}) {
-      PrinterRegistry printer = Settings(name);
-      printer.DeleteKey("SETTINGS:");
-      printer.DeleteKey("DATA:");
-      printer.DeleteKey("2:SYSTEM/CurrentControlSet/Control/Print/Printers/[PRINTER]");
-    }
+    testing::ForgetModulePrinters(
+        {"InProcess", "Isolated", "NoUI", "Settings Host", "Settings Local", "Killed Host"});
   }
   static std::string TempFile(const std::string& name) {
     return (std::filesystem::path(testing::ModuleStoreFolder()) / name).string();
@@ -167,6 +159,7 @@ TEST_F(DriverProxyTest, AKilledHostFailsItsCallAndEveryLaterOne) {
   DriverDLLProxy proxy(store_);
   const uint64_t handle = proxy.OpenModule(SampleModule("sample-driver"), printer);
   ASSERT_TRUE(proxy.proxied());
+  testing::ForgetHeldHost(printer);
   auto held = std::async(std::launch::async, [&] { return proxy.Action(handle, kHoldAction); });
   const std::optional<uint32_t> host = testing::WaitForHeldHost(printer);
   ASSERT_TRUE(host) << "the host never reached the held action";

@@ -6,6 +6,7 @@
 #include "platform/clock.h"
 #include "platform/environment.h"
 #include "platform/process.h"
+#include "support/registry_path.h"
 
 namespace vantrel::testing {
 namespace {
@@ -53,6 +54,33 @@ std::optional<uint32_t> WaitForHeldHost(const std::string& printer) {
     host = ModuleSettings(printer).ReadDword("SETTINGS:Host Process");
   }
   return host;
+}
+
+namespace {
+
+// Deletes the key at `path` with every key below it.
+void DeleteTree(PrinterRegistry& registry, const std::string& path) {
+  std::string child;
+  while (registry.EnumerateKey(path, 0, &child) == 0) {
+    DeleteTree(registry, path + "/" + EscapeRegistryName(child));
+    std::string still;
+    // A child that would not go would be found first for ever.
+    if (registry.EnumerateKey(path, 0, &still) == 0 && still == child) return;
+  }
+  registry.DeleteKey(path);
+}
+
+}  // namespace
+
+void ForgetModulePrinters(std::initializer_list<const char*> names) {
+  for (const char* name : names) {
+    PrinterRegistry printer = ModuleSettings(name);
+    DeleteTree(printer, "2:SYSTEM/CurrentControlSet/Control/Print/Printers/[PRINTER]");
+  }
+}
+
+void ForgetHeldHost(const std::string& printer) {
+  ModuleSettings(printer).DeleteValue("SETTINGS:Host Process");
 }
 
 std::string SampleModule(const std::string& variant) {

@@ -6,6 +6,7 @@
 // Windows the store is the registry and the folder is unused.
 #pragma once
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -29,6 +30,14 @@ PrinterRegistry ModuleSettings(const std::string& printer);
 // host serving `printer` and gives that host's process id, which the module
 // writes to "SETTINGS:Host Process"; nothing when it never came.
 std::optional<uint32_t> WaitForHeldHost(const std::string& printer);
+// Removes the keys of the named printers, also those an earlier run left.
+// On Windows the store is the registry, which outlives the run, and a key
+// under Print\Printers is listed there as a printer that cannot be opened.
+void ForgetModulePrinters(std::initializer_list<const char*> names);
+
+// Forgets the id an earlier held host wrote (the Windows store outlives a
+// run): call before starting the held action.
+void ForgetHeldHost(const std::string& printer);
 
 // The path of a sample driver module variant ("sample-driver",
 // "sample-driver-7229", ...): in the build's module folder, or beside this
