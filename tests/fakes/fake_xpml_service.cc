@@ -4,6 +4,14 @@
 
 namespace vantrel::testing {
 
+uint16_t ClosedLoopbackPort() {
+  platform::SocketHandle listener;
+  uint16_t port = 0;
+  if (platform::ListenSocket("127.0.0.1", 0, &listener, &port) != 0) return 0;
+  platform::CloseSocket(listener);
+  return port;
+}
+
 FakeXpmlService::FakeXpmlService(Reply reply, bool close_after_reply)
     : reply_(std::move(reply)), close_after_reply_(close_after_reply) {
   // A failed listen leaves port 0, which no client reaches: the test fails there.

@@ -16,6 +16,10 @@
 
 namespace vantrel::testing {
 
+// A loopback port nobody listens on: connections are refused at once, as by
+// a service that was killed.
+uint16_t ClosedLoopbackPort();
+
 class FakeXpmlService {
  public:
   using Reply = std::function<std::string(const HttpMessage& request)>;

@@ -31,16 +31,6 @@ constexpr char kPrinter[] = "Kesto 1";
 constexpr uint32_t kPaperOut = 0x10;
 constexpr uint32_t kRibbonOut = 0x20;
 
-// A closed loopback port: connections are refused at once, as by a service
-// that was killed.
-uint16_t ClosedPort() {
-  platform::SocketHandle listener;
-  uint16_t port = 0;
-  EXPECT_EQ(platform::ListenSocket("127.0.0.1", 0, &listener, &port), 0);
-  platform::CloseSocket(listener);
-  return port;
-}
-
 class AdvancedStatusTest : public ::testing::Test {
  protected:
   AdvancedStatusTest() {
@@ -128,7 +118,7 @@ TEST_F(AdvancedStatusTest, FallsBackToTheSpoolerWithoutAnError) {
   }
   {
     SCOPED_TRACE("service gone");
-    UseService(ClosedPort());
+    UseService(testing::ClosedLoopbackPort());
     ExpectSpoolerReading();
     EXPECT_EQ(driver_->QueryJob(7), "");
   }

@@ -27,15 +27,6 @@ using testing::FakeXpmlService;
 
 std::string Ok(std::string_view body) { return FormatHttpReply(200, {{"TID", "t-9"}}, body); }
 
-// A loopback port nobody listens on: connections are refused at once.
-uint16_t ClosedPort() {
-  platform::SocketHandle listener;
-  uint16_t port = 0;
-  EXPECT_EQ(platform::ListenSocket("127.0.0.1", 0, &listener, &port), 0);
-  platform::CloseSocket(listener);
-  return port;
-}
-
 class ClientUtilityTest : public ::testing::Test {
  protected:
   ClientUtilityTest() {
@@ -220,7 +211,7 @@ TEST_F(ClientUtilityTest, LocalRouteAnswersWhenTheTcpRouteCannotAndSaysWhichAnsw
   EXPECT_EQ(local.requests().back().body, "x");
 
   SetBool("NETWORK:TCP Enabled", true);
-  SetNumber("NETWORK:XPML Server Port", ClosedPort());  // the TCP route fails
+  SetNumber("NETWORK:XPML Server Port", testing::ClosedLoopbackPort());  // the TCP route fails
   EXPECT_EQ(client_->SendReceive(context_, "x", &route), "local");
   EXPECT_EQ(route, ClientUtility::kLocalRoute);
 
@@ -228,7 +219,7 @@ TEST_F(ClientUtilityTest, LocalRouteAnswersWhenTheTcpRouteCannotAndSaysWhichAnsw
   shared.network_printer = true;
   SetNumber("NETWORK:TCP Port", tcp.port());
   EXPECT_EQ(client_->SendReceive(shared, "x", &route), "tcp");
-  SetNumber("NETWORK:TCP Port", ClosedPort());
+  SetNumber("NETWORK:TCP Port", testing::ClosedLoopbackPort());
   EXPECT_FALSE(client_->SendReceive(shared, "x", &route));
   EXPECT_EQ(route, ClientUtility::kNoRoute);
   EXPECT_EQ(local.requests().size(), 2u);
