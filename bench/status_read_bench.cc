@@ -7,6 +7,8 @@
 // reading a word-2 condition asks the spooler nothing.
 #include <benchmark/benchmark.h>
 
+#include "bare_exchange.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -93,22 +95,12 @@ BENCHMARK(BM_RibbonOutThroughTheObjectModel)->Unit(benchmark::kMicrosecond);
 
 void BM_BareStateExchangeOverKeptConnection(benchmark::State& state) {
   testing::FakeXpmlService service(AnswerRibbonOut);
-  platform::SocketHandle socket = platform::kInvalidSocket;
-  if (platform::ConnectSocket("127.0.0.1", service.port(), 1000, &socket) != 0) std::abort();
+  const platform::SocketHandle socket = bench::ConnectOrAbort(service.port());
   const std::string request =
       FormatHttpRequest("POST", "/xpml?persist=1&transactid=1&share=0&printer=Bench", {},
                         printers::kFlagsStateRequest);
-  char buffer[16384];
-  for (auto _ : state) {
-    if (platform::SendAll(socket, request, 1000) != 0) std::abort();
-    HttpMessageReader reader;
-    while (reader.state() == HttpMessageReader::State::kNeedMore) {
-      size_t received = 0;
-      if (platform::ReceiveSome(socket, buffer, sizeof(buffer), 1000, &received) != 0) std::abort();
-      reader.Feed(std::string_view(buffer, received));
-    }
-    benchmark::DoNotOptimize(printers::ParseFlagsReply(reader.message().body));
-  }
+  for (auto _ : state)
+    benchmark::DoNotOptimize(printers::ParseFlagsReply(bench::BareExchange(socket, request)));
   platform::CloseSocket(socket);
 }
 BENCHMARK(BM_BareStateExchangeOverKeptConnection)->Unit(benchmark::kMicrosecond);

@@ -8,6 +8,8 @@
 //   exchange, the pool, the envelope) above the physical floor.
 #include <benchmark/benchmark.h>
 
+#include "bare_exchange.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
@@ -109,21 +111,10 @@ void RoundTrips(benchmark::State& state, bool close_each) {
 // read and framed as the client does: the floor for an exchange.
 void BM_BareHttpExchangeOverKeptConnection(benchmark::State& state) {
   StateService service(false);
-  platform::SocketHandle socket = platform::kInvalidSocket;
-  if (platform::ConnectSocket("127.0.0.1", service.port(), 1000, &socket) != 0) std::abort();
+  const platform::SocketHandle socket = bench::ConnectOrAbort(service.port());
   const std::string request = FormatHttpRequest(
       "POST", "/xpml?persist=1&transactid=1&share=1&printer=Bench", {}, kStateRequestStatusFlags2);
-  char buffer[16384];
-  for (auto _ : state) {
-    if (platform::SendAll(socket, request, 1000) != 0) std::abort();
-    HttpMessageReader reader;
-    while (reader.state() == HttpMessageReader::State::kNeedMore) {
-      size_t received = 0;
-      if (platform::ReceiveSome(socket, buffer, sizeof(buffer), 1000, &received) != 0) std::abort();
-      reader.Feed(std::string_view(buffer, received));
-    }
-    benchmark::DoNotOptimize(reader.message().body);
-  }
+  for (auto _ : state) benchmark::DoNotOptimize(bench::BareExchange(socket, request));
   platform::CloseSocket(socket);
 }
 BENCHMARK(BM_BareHttpExchangeOverKeptConnection)->Unit(benchmark::kMicrosecond);
